@@ -1,0 +1,356 @@
+#include "streams.h"
+
+#include "inifile.h"
+#include "paths.h"
+
+#include <cstring>
+
+psOStream g_ostrm;
+psUStream g_ustrm;
+psIStream g_istrm;
+psTrace g_trace;
+i_stream c_in(stdin);
+o_stream c_out(stdout);
+
+// ---------------------------------------------------------------- levels
+
+OutputLevel psLevelFromText(const psString& text)
+{
+    OutputLevel m = 0;
+    for (int i = 0; i < text.length(); ++i) {
+        switch (text[i]) {
+        case 'D': m |= 0x47; break;
+        case 'E': m |= 0x01; break;
+        case 'I': m |= 0x0F; break;
+        case 'M': m |= 0x27; break;
+        case 'P': m |= 0x07; break;
+        case 'T': m |= 0x17; break;
+        case 'W': m |= 0x03; break;
+        default: break;
+        }
+    }
+    return m;
+}
+
+// ---------------------------------------------------------------- files
+
+io_stream::io_stream(psString& name, int mode, bool report) : m_file(nullptr)
+{
+    if (!(mode & IO_EXACT_NAME) && !name.empty())
+        name = (mode & IO_READ) ? psPaths::getInPath(name) : psPaths::getOutPath(name);
+    psString how;
+    if (mode & IO_READ)
+        how = "r";
+    else if (mode & IO_WRITE)
+        how = (mode & IO_APPEND) ? "a" : "w";
+    if (mode & IO_BINARY) how += "b";
+    if (!name.empty() && !how.empty()) m_file = std::fopen(name.c_str(), how.c_str());
+    if (!m_file && report) {
+        psString modeWord = (mode & IO_READ) ? " to read" : (mode & IO_WRITE) ? " to write" : "";
+        if (name.empty())
+            g_ostrm << ERR << "-- Can't open file. Wrong filename (NULL) " << modeWord << ": " << getLastErrorMessage() << "\n" << END_MSG;
+        else
+            g_ostrm << ERR << "-- Can't open file " << name << modeWord << ": " << getLastErrorMessage() << "\n" << END_MSG;
+    }
+}
+
+io_stream::~io_stream() { close(); }
+
+void io_stream::close()
+{
+    if (m_file && m_file != stdin && m_file != stdout && m_file != stderr) std::fclose(m_file);
+    if (m_file != stdin && m_file != stdout && m_file != stderr) m_file = nullptr;
+}
+
+void o_stream::write(const psString& text)
+{
+    if (m_file)
+        std::fputs(text.c_str(), m_file);
+    else
+        std::printf("%s", text.c_str());
+}
+
+void o_stream::flush() { std::fflush(m_file ? m_file : stdout); }
+
+bool i_stream::getline(psString& line)
+{
+    line.free();
+    if (!m_file) return false;
+    char buf[512];
+    bool eof = false;
+    for (;;) {
+        if (!std::fgets(buf, sizeof buf, m_file)) {
+            eof = true;
+            break;
+        }
+        size_t n = std::strlen(buf);
+        if (n && buf[n - 1] == '\n') {
+            buf[n - 1] = 0;
+            line += buf;
+            break;
+        }
+        line += buf;
+        if (n != sizeof buf - 1) break;
+    }
+    return !line.empty() || !eof;
+}
+
+int i_stream::read(void* buf, int n)
+{
+    if (!m_file || n <= 0) return 0;
+    return static_cast<int>(std::fread(buf, 1, static_cast<size_t>(n), m_file));
+}
+
+o_stream* createOStream(const psString& name, bool append)
+{
+    psString n = name;
+    o_stream* s = new o_stream(n, append ? (IO_EXACT_NAME | IO_WRITE | IO_APPEND) : (IO_EXACT_NAME | IO_WRITE), true);
+    if (!s->isOpen()) {
+        delete s;
+        return nullptr;
+    }
+    return s;
+}
+
+psString getLastErrorMessage() { return psString(); }
+
+// ---------------------------------------------------------------- sinks
+
+psSinks::~psSinks() { clearSinks(); }
+
+bool psSinks::addStream(const psString& name, bool append)
+{
+    o_stream* s = createOStream(name, append);
+    if (!s) return false;
+    m_sinks.add(s);
+    return true;
+}
+
+void psSinks::flush()
+{
+    for (o_stream* s : m_sinks) s->flush();
+}
+
+void psSinks::close()
+{
+    for (o_stream* s : m_sinks) s->close();
+}
+
+void psSinks::clearSinks()
+{
+    for (o_stream* s : m_sinks)
+        if (s != &c_out) delete s;
+    m_sinks.clear();
+}
+
+void psSinks::swapSinks(psSinks& other) { std::swap(m_sinks.items(), other.m_sinks.items()); }
+
+void psSinks::writeAll(const psString& text)
+{
+    for (o_stream* s : m_sinks) s->write(text);
+}
+
+// ---------------------------------------------------------------- console stream
+
+void psOStream::setMsgLevel(MessageLevel l)
+{
+    m_saved.add(m_msgLevel);
+    m_msgLevel = l;
+}
+
+void psOStream::restoreMsgLevel()
+{
+    if (m_saved.isEmpty()) {
+        m_msgLevel = ERR;
+        return;
+    }
+    m_msgLevel = m_saved.back();
+    m_saved.items().pop_back();
+}
+
+bool psOStream::beginMessage(MessageLevel l)
+{
+    if (m_outLevel < static_cast<int>(l)) return false;
+    setMsgLevel(l);
+    return true;
+}
+
+void psOStream::write(const psString& text)
+{
+    if ((m_msgLevel & m_outLevel) == 0) return;
+    writeAll(text);
+}
+
+psOStream& operator<<(psOStream& o, MessageLevel l)
+{
+    if (l == END_MSG)
+        o.restoreMsgLevel();
+    else if (l == END_MSG_FLUSH)
+        o.endMessageFlush();
+    else
+        o.setMsgLevel(l);
+    return o;
+}
+
+psOStream& operator<<(psOStream& o, const psString& text)
+{
+    o.write(text);
+    return o;
+}
+
+psOStream& operator<<(psOStream& o, const char* text) { return o << psString(text); }
+
+// ---------------------------------------------------------------- -d settings
+
+psDataList::iterator psDataList::find(const psString& name)
+{
+    for (iterator it = begin(); it != end(); ++it)
+        if (it->name == name) return it;
+    return end();
+}
+
+void psDataList::set(const psString& name, const psString& value)
+{
+    psData d{name.trimmed(), value.trimmed()};
+    if (d.name.empty()) return;
+    iterator it = find(d.name);
+    if (it != end()) erase(it);
+    add(d);
+}
+
+bool psDataList::set(const psString& text)
+{
+    int eq = text.find('=');
+    if (eq < 0) return false;
+    psString name = text.substr(0, eq).trimmed();
+    if (name.empty()) return false;
+    set(name, text.substr(eq + 1));
+    return true;
+}
+
+bool psDataList::get(const psString& name, psString& value) const
+{
+    for (const psData& d : *this) {
+        if (d.name == name) {
+            value = d.value;
+            return true;
+        }
+    }
+    return false;
+}
+
+// ---------------------------------------------------------------- input stream
+
+psIStream::~psIStream() { deleteIniFile(); }
+
+bool psIStream::setIniFile(const psString& name, bool write)
+{
+    deleteIniFile();
+    m_ini = new psIniFile;
+    m_writeBack = write;
+    bool ok = m_ini->open(name, write);
+    if (!ok && write) {
+        deleteIniFile();
+        return false;
+    }
+    return ok;
+}
+
+void psIStream::deleteIniFile()
+{
+    if (m_ini) {
+        m_ini->close();
+        delete m_ini;
+        m_ini = nullptr;
+    }
+    m_writeBack = false;
+}
+
+psString psIStream::getItemValue(const psString& name, const psString& def, const psString& prompt, const psString& comment)
+{
+    psString ask = prompt.empty() ? name : prompt;
+    psString value;
+    if (m_data.get(name, value)) {
+        m_source = SRC_DATA;
+    } else {
+        psString fromIni;
+        if (m_ini) fromIni = m_ini->read(m_section, name, comment);
+        if (!fromIni.empty()) {
+            value = fromIni;
+            m_source = SRC_INI;
+        } else if (m_console) {
+            value = getItemValue(*m_console, ask, def);
+        } else {
+            value = def;
+            m_source = SRC_DEFAULT;
+        }
+    }
+    if (m_ini && m_writeBack) m_ini->write(m_section, name, value, comment);
+    return value;
+}
+
+psString psIStream::getItemValue(i_stream& in, const psString& prompt, const psString& def)
+{
+    c_out.write(psString("\n ") + prompt + " [" + def + "] = ");
+    c_out.flush();
+    psString answer;
+    in.getline(answer);
+    if (answer.empty()) {
+        m_source = SRC_DEFAULT;
+        return def;
+    }
+    m_source = SRC_CONSOLE;
+    return answer;
+}
+
+// ---------------------------------------------------------------- tracer
+
+void psTrace::traceIn(const psString& name)
+{
+    g_ostrm.setMsgLevel(TRACE);
+    m_indent += "*";
+    psString line = m_indent + "*****" + " trace into   " + name + "\n";
+    g_ostrm << line;
+    m_text += line;
+    flush();
+    g_ostrm.restoreMsgLevel();
+    m_names.add(name);
+}
+
+void psTrace::traceOut(const psString& name)
+{
+    g_ostrm.setMsgLevel(TRACE);
+    psString line = m_indent + "*****" + " trace out of " + name + "\n";
+    g_ostrm << line;
+    m_text += line;
+    flush();
+    g_ostrm.restoreMsgLevel();
+    // Unwind to the named entry; a name not on the stack only shortens the indentation.
+    auto& names = m_names.items();
+    auto it = names.end();
+    while (it != names.begin()) {
+        --it;
+        if (m_indent.length()) m_indent = m_indent.substr(0, m_indent.length() - 1);
+        if (*it == name) {
+            names.erase(it, names.end());
+            return;
+        }
+    }
+}
+
+void psTrace::flush()
+{
+    if (static_cast<int>(g_ostrm.getMsgLevel()) <= g_ostrm.getOutLevel()) g_ostrm.flush();
+}
+
+psString psTrace::getCurName() const { return m_names.isEmpty() ? psString() : m_names.back(); }
+
+void psTrace::clear()
+{
+    m_indent.free();
+    m_text.free();
+    m_names.clear();
+}
+
+psTraceScope::psTraceScope(const psString& name) : m_name(name) { g_trace.traceIn(m_name); }
+psTraceScope::~psTraceScope() { g_trace.traceOut(m_name); }

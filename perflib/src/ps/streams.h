@@ -1,0 +1,230 @@
+// Output and input streams of the framework: message levels, the console stream
+// with its file sinks, the input stream that looks parameter values up in the -d
+// settings, the ini file and the console, and the call tracer.
+#ifndef PS_STREAMS_H
+#define PS_STREAMS_H
+
+#include "psstring.h"
+
+#include <cstdio>
+
+// Level of what is being written (a bit) and two end-of-message commands.
+enum MessageLevel {
+    ERR = 1,      // errors
+    WARN = 2,     // warnings
+    PERF = 4,     // performance results
+    INFO = 8,     // measurement process
+    TRACE = 16,   // tracing info
+    MEMORY = 32,  // memory info
+    DATA = 64,    // data info
+    END_MSG = -10,
+    END_MSG_FLUSH = -11
+};
+// Mask of the levels let through.
+typedef int OutputLevel;
+
+// Turns an -L argument into a mask, letter by letter (0: nothing understood).
+OutputLevel psLevelFromText(const psString& text);
+
+// io_stream mode bits.
+enum {
+    IO_READ = 0x001,
+    IO_WRITE = 0x002,
+    IO_APPEND = 0x004,
+    IO_BINARY = 0x008,
+    IO_EXACT_NAME = 0x100
+};
+
+// One C stdio file. Without IO_EXACT_NAME the name is completed by the input or
+// output path rule and the completed name is written back to the caller's string.
+class io_stream {
+public:
+    io_stream(FILE* f) : m_file(f) {}
+    io_stream(psString& name, int mode, bool report = true);
+    virtual ~io_stream();
+    FILE* file() const { return m_file; }
+    bool isOpen() const { return m_file != nullptr; }
+    void close();
+
+protected:
+    FILE* m_file;
+};
+
+class o_stream : public io_stream {
+public:
+    o_stream(FILE* f) : io_stream(f) {}
+    o_stream(psString& name, int mode, bool report = true) : io_stream(name, mode, report) {}
+    void write(const psString& text);
+    void flush();
+};
+
+class i_stream : public io_stream {
+public:
+    i_stream(FILE* f) : io_stream(f) {}
+    i_stream(psString& name, int mode, bool report = true) : io_stream(name, mode, report) {}
+    // Reads one line without its line feed; false only at end of file with nothing read.
+    bool getline(psString& line);
+    // One block read of at most n bytes; returns the count read.
+    int read(void* buf, int n);
+};
+
+extern i_stream c_in;
+extern o_stream c_out;
+
+// Opens a file for output (write or append), with the name used as given; null on failure.
+o_stream* createOStream(const psString& name, bool append);
+psString getLastErrorMessage();
+
+// A list of file sinks; the base of the console and table streams.
+class psSinks {
+public:
+    virtual ~psSinks();
+    bool addStream(const psString& name, bool append);
+    void addSink(o_stream* s) { m_sinks.add(s); }
+    void flush();
+    void close();
+    void clearSinks();
+    int sinkCount() const { return m_sinks.count(); }
+    void swapSinks(psSinks& other);
+
+protected:
+    void writeAll(const psString& text);
+    psList<o_stream*> m_sinks;
+};
+
+class psOStream : public psSinks {
+public:
+    psOStream() : m_outLevel(1), m_msgLevel(PERF) {}
+
+    void setOutLevel(OutputLevel l) { m_outLevel = l; }
+    OutputLevel getOutLevel() const { return m_outLevel; }
+    MessageLevel getMsgLevel() const { return m_msgLevel; }
+    void setMsgLevel(MessageLevel l);
+    void restoreMsgLevel();
+    bool beginMessage(MessageLevel l);
+    void endMessage() { restoreMsgLevel(); }
+    void endMessageFlush()
+    {
+        restoreMsgLevel();
+        flush();
+    }
+    // Whether a message of that level would be shown now.
+    bool accepts(MessageLevel l) const { return (l & m_outLevel) != 0; }
+    void write(const psString& text);
+
+private:
+    OutputLevel m_outLevel;
+    MessageLevel m_msgLevel;
+    psList<MessageLevel> m_saved;
+};
+
+psOStream& operator<<(psOStream& o, MessageLevel l);
+psOStream& operator<<(psOStream& o, const psString& text);
+psOStream& operator<<(psOStream& o, const char* text);
+template <class T>
+psOStream& operator<<(psOStream& o, T value)
+{
+    psString s;
+    s << value;
+    return o << s;
+}
+
+// The summary-file stream; reports have a separate form for it.
+class psUStream : public psOStream {};
+
+// -d settings: name=value pairs, the last one given for a name wins.
+struct psData {
+    psString name;
+    psString value;
+    bool operator==(const psData& o) const { return name == o.name && value == o.value; }
+};
+
+class psDataList : public psList<psData> {
+public:
+    void set(const psString& name, const psString& value);
+    bool set(const psString& text);  // "name=value"; false when malformed
+    bool get(const psString& name, psString& value) const;
+    iterator find(const psString& name);
+};
+
+class psIniFile;
+
+class psIStream {
+public:
+    enum Source { SRC_DEFAULT = 0, SRC_CONSOLE = 1, SRC_INI = 2, SRC_DATA = 3 };
+
+    psIStream() : m_console(nullptr), m_ini(nullptr), m_section("Perf System"), m_writeBack(false), m_source(SRC_DEFAULT) {}
+    ~psIStream();
+
+    void setIStream(i_stream* in) { m_console = in; }
+    i_stream* getIStream() const { return m_console; }
+    void close() {}
+    bool setIniFile(const psString& name, bool write);
+    psIniFile* getIniFile() const { return m_ini; }
+    bool isWriting() const { return m_ini && m_writeBack; }
+    void deleteIniFile();
+    void deleteIStream() { m_console = nullptr; }
+    void setIniSection(const psString& name) { m_section = name; }
+    const psString& getIniSection() const { return m_section; }
+    psDataList& data() { return m_data; }
+    int source() const { return m_source; }
+
+    // Value of a parameter: -d setting, else ini file, else console question, else default.
+    psString getItemValue(const psString& name, const psString& def, const psString& prompt, const psString& comment);
+    // The console question itself.
+    psString getItemValue(i_stream& in, const psString& prompt, const psString& def);
+
+private:
+    i_stream* m_console;
+    psIniFile* m_ini;
+    psDataList m_data;
+    psString m_section;
+    bool m_writeBack;
+    int m_source;
+};
+
+class psTrace {
+public:
+    void traceIn(const psString& name);
+    void traceOut(const psString& name);
+    void flush();
+    psString getCurName() const;
+    const psString& text() const { return m_text; }
+    const psString& indent() const { return m_indent; }
+    int depth() const { return m_names.count(); }
+    void clear();
+
+private:
+    psString m_indent;
+    psString m_text;
+    psStringList m_names;
+};
+
+// Traces entry and exit of a scope.
+class psTraceScope {
+public:
+    explicit psTraceScope(const psString& name);
+    ~psTraceScope();
+
+private:
+    psString m_name;
+};
+
+class psCStream;
+extern psOStream g_ostrm;
+extern psUStream g_ustrm;
+extern psIStream g_istrm;
+extern psTrace g_trace;
+
+// psObject: the root of objects whose memory the framework can report.
+class psObject {
+public:
+    virtual ~psObject() {}
+    virtual int objectSize() { return 0; }
+    virtual bool reserveCopy() { return false; }
+    virtual bool setReservedCopy() { return false; }
+    virtual void deleteReservedCopy() {}
+    virtual psString objectInfo() { return psString(); }
+};
+
+#endif
