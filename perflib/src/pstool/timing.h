@@ -42,6 +42,16 @@ public:
     void getAutoParameters(int& start, int& stop, long long& minClocks) const;
     void setLoopFactor(int k);
     int getMethod() const { return m_method; }
+    // Stores a method code as it stands (an unknown code is reported when timing).
+    void setMethod(int method) { m_method = method; }
+    int getNumLoops() const { return m_numLoops; }
+    int getNumCalls() const { return m_numCalls; }
+    long long getTotalCpuClocks() const { return m_totalCpuClocks; }
+    void getLoopOverrides(int& start, int& stop) const
+    {
+        start = m_autoStartLoops;
+        stop = m_autoStopLoops;
+    }
 
     // Measuring.
     psResult timing(psLoopFunc loop, psStatFunc stat, psCallFunc call, psInitFunc init);
@@ -73,6 +83,11 @@ public:
     bool getCallInit() const { return m_callInit; }
     void setCallInit(bool b) { m_callInit = b; }
 
+    // Whether the floating-point guard saw a bad status since it was last cleared,
+    // and printing it at the warning level when asked.
+    static bool badCtrlStatus();
+    static void printBadCtrlStatus(bool print);
+
     static psString getAccuracyStr(double a);
     static psString clockStr(long long c);
     static void writeInfo(psString& s);
@@ -90,6 +105,8 @@ private:
     int startIterations(int n, long long minClocks);
     int continueIterations(int start, int max);
     int repeatTiming(int loops, int samples);
+    void avoidBadStatus();
+    psResult failTiming();
     void runTimFunc(int n, double* perLoop, bool forceLoop);
     void runTimFuncStat(long long minClocks, int* calls, double* perCall);
     psResult timCall_Loop(int n, long long* clocks, bool resetVectors);
