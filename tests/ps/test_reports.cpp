@@ -1,0 +1,401 @@
+// Report blocks, summary-file lines, the -e listing and the table title line.
+#include "fpguard.h"
+#include "paths.h"
+#include "registry.h"
+#include "conditions.h"
+#include "reports.h"
+#include "session.h"
+#include "tabletitle.h"
+#include "test.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <vector>
+
+namespace {
+
+std::string tempPath(const char* name) { return std::string(::testing::TempDir()) + "perfdc_reports_" + name; }
+
+std::string readFile(const std::string& path)
+{
+    std::ifstream in(path);
+    std::stringstream ss;
+    ss << in.rdbuf();
+    return ss.str();
+}
+
+std::vector<std::string> splitLines(const std::string& text)
+{
+    std::vector<std::string> lines;
+    std::istringstream in(text);
+    for (std::string l; std::getline(in, l);) lines.push_back(l);
+    return lines;
+}
+
+// Streams one report into a fresh stream of type S that writes a temporary file,
+// and returns what the file received.
+template <class S, class R>
+std::string capture(const R& report, int outLevel = ERR)
+{
+    const std::string path = tempPath("capture.txt");
+    std::string text;
+    {
+        S s;
+        EXPECT_TRUE(s.addStream(path.c_str(), false));
+        if constexpr (std::is_base_of<psOStream, S>::value) s.setOutLevel(outLevel);
+        s << report;
+        s.flush();
+        text = readFile(path);
+    }
+    std::remove(path.c_str());
+    return text;
+}
+
+// A test whose outcome the report tests choose.
+class ReportedTest : public psTest {
+public:
+    ReportedTest(const char* func, const char* info, int result, long seconds = 0)
+        : psTest(static_cast<psLoopFunc>(nullptr), static_cast<psStatFunc>(nullptr), func, "/src/perf/p_dcx_ia.cpp", info)
+    {
+        m_result = static_cast<psResult>(result);
+        m_startTime = 1000;
+        m_endTime = 1000 + seconds;
+    }
+};
+
+// Every line of a framed block is 79 characters between two frame characters.
+void expectFramed(const std::string& block)
+{
+    const std::vector<std::string> lines = splitLines(block);
+    ASSERT_GE(lines.size(), 3u);
+    EXPECT_EQ(lines.front(), "+" + std::string(77, '-') + "+");
+    EXPECT_EQ(lines.back(), lines.front());
+    for (size_t i = 1; i + 1 < lines.size(); ++i) {
+        EXPECT_EQ(lines[i].size(), 79u) << lines[i];
+        EXPECT_EQ(lines[i].front(), '|');
+        EXPECT_EQ(lines[i].back(), '|');
+    }
+}
+
+}  // namespace
+
+// ---------------------------------------------------------------- format
+
+TEST(ReportFormat, SetItemPlacesTextByPosition)
+{
+    struct Case {
+        const char* line;
+        const char* text;
+        int pos;
+        const char* expect;
+    } cases[] = {
+        {"|", "abc", 5, "|    abc"},       // padded to its column
+        {"|", "abc", 1, "|abc"},           // line ends at the column
+        {"|abcdef", "x", 3, "|abcdef x"},  // past the column: after one blank
+        {"|", "abc", -10, "|     abc"},    // ends just before column 9
+        {"|", "abcdefghijk", -10, "|"},    // would start left of column 0: dropped
+        {"|", "", 3, "|"},                 // empty text adds nothing
+    };
+    for (const Case& c : cases) {
+        psString line(c.line);
+        psReportFormat::setItem(line, c.text, c.pos);
+        EXPECT_STREQ(line.c_str(), c.expect) << c.text << " at " << c.pos;
+    }
+}
+
+TEST(ReportFormat, FramingAndLineEnds)
+{
+    psReportFormat f(2, -78);
+    EXPECT_EQ(psReportFormat::sepLine().length(), 80);
+    EXPECT_FALSE(f.isFramed());
+    EXPECT_STREQ(f.getLine("a").c_str(), "  a\n");  // unframed: a blank, no padding
+
+    f.firstLine();
+    EXPECT_TRUE(f.isFramed());
+    std::string framed = f.getLine("left", "right").c_str();
+    EXPECT_EQ(framed.size(), 80u);
+    EXPECT_EQ(framed.substr(0, 6), "| left");
+    EXPECT_EQ(framed.substr(framed.size() - 9), "right  |\n");
+
+    // A framed line longer than 78 columns gets no closing frame character.
+    std::string wide = f.getLine(std::string(90, 'x').c_str()).c_str();
+    EXPECT_EQ(wide, "| " + std::string(90, 'x') + "\n");
+
+    f.lastLine();
+    EXPECT_FALSE(f.isFramed());
+}
+
+TEST(ReportFormat, TimeTextsAndLineEnds)
+{
+    const std::pair<long, const char*> times[] = {
+        {0, "00:00:00"}, {59, "00:00:59"}, {3600, "01:00:00"}, {3725, "01:02:05"}, {360000, "100:00:00"}};
+    for (const auto& t : times) EXPECT_STREQ(psReportFormat::getTimeStr(t.first).c_str(), t.second);
+    EXPECT_STREQ(psReportFormat::cutoffNL("Sun Nov 22 03:23:32 2026\n").c_str(), "Sun Nov 22 03:23:32 2026");
+    EXPECT_STREQ(psCellText(" a,b\nc ").c_str(), "a;b c");
+}
+
+TEST(ReportFormat, LongItemsWrapAtBlanksUnderThemselves)
+{
+    psReportFormat f;
+    f.firstLine();
+    std::string words;
+    for (int i = 0; i < 30; ++i) words += "word" + std::to_string(i) + " ";
+    const std::string block = f.labelLine("Library", words.c_str()).c_str();
+    const std::vector<std::string> lines = splitLines(block);
+    ASSERT_GT(lines.size(), 2u);
+    std::string joined;
+    for (size_t i = 0; i < lines.size(); ++i) {
+        EXPECT_EQ(lines[i].size(), 79u);
+        EXPECT_EQ(lines[i].back(), '|');
+        EXPECT_EQ(lines[i].substr(0, 13), i == 0 ? "| Library  : " : "|            ");
+        std::string piece = lines[i].substr(13, 65);
+        piece.erase(piece.find_last_not_of(' ') + 1);
+        EXPECT_NE(piece.back(), ' ');
+        joined += piece + " ";
+    }
+    EXPECT_EQ(joined, words);
+
+    // A word longer than the room is cut hard.
+    psString rest(std::string(30, 'y').c_str());
+    EXPECT_STREQ(psReportFormat::getPieceItem(rest, 12).c_str(), std::string(12, 'y').c_str());
+    EXPECT_EQ(rest.length(), 18);
+}
+
+// ---------------------------------------------------------------- summary
+
+class ReportEnd : public ::testing::Test {
+protected:
+    void SetUp() override
+    {
+        const psResult results[] = {OK, OK, OK, OK, ACCURWRN, BADSTSWRN, BADSTSWRN, WARNING, EXCPTFAIL, FAIL, UNDEFINED};
+        for (psResult r : results) list.plus(r);
+        list.m_startTime = 5000;
+        list.m_endTime = 5000 + 3725;
+    }
+    psTestList list;
+};
+
+TEST_F(ReportEnd, RowsNestTheResultCounters)
+{
+    const char* expected =
+        "END_DATA\n"
+        ".Number of tests,11\n"
+        ".Successes,4\n"
+        ".Failures,7\n"
+        "...Fails,2\n"
+        ".....-FAIL,1\n"
+        ".....-EXCPTFAIL,1\n"
+        "...Warnings,4\n"
+        ".....-WARNING,2\n"
+        ".....-BADSTSWRN,2\n"
+        "...Undefined,1\n"
+        ".Total time,01:02:05\n";
+    EXPECT_EQ(capture<psUStream>(psReportEnd(&list)), expected);
+    EXPECT_EQ(capture<psCStream>(psReportEnd(&list)), expected);
+}
+
+TEST_F(ReportEnd, ConsoleBlockShowsEveryRowAtEveryLevel)
+{
+    const std::string block = capture<psOStream>(psReportEnd(&list), ERR);
+    expectFramed(block);
+    const std::vector<std::string> lines = splitLines(block);
+    ASSERT_EQ(lines.size(), 15u);  // frame, title, 11 rows, frame
+    EXPECT_EQ(lines[1].substr(0, 12), "| PS Summary");
+    EXPECT_EQ(lines[2].substr(0, 28), "| .Number of tests        11");
+    EXPECT_EQ(lines[13].substr(0, 28), "| .Total time       01:02:05");
+    // Blocks are written at the error level: a console showing only warnings still shows it.
+    EXPECT_EQ(capture<psOStream>(psReportEnd(&list), WARN | ERR), block);
+}
+
+// ---------------------------------------------------------------- one test
+
+TEST(ReportTestResult, SummaryHeaderWithoutTest)
+{
+    const psReportTestResult header(nullptr);
+    EXPECT_EQ(capture<psUStream>(header),
+              "Function,Class,Control87,Status87,ControlSSX,StatusSSX,Test,Time (sec.),SrcName,Result,ExeName\n");
+    EXPECT_EQ(capture<psOStream>(header), "");
+}
+
+TEST(ReportTestResult, SummaryLineFields)
+{
+    psPaths::m_exePath = "/opt/bin/perfdc";
+    struct Case {
+        const char* info;
+        int result;
+        const char* expect;
+    } cases[] = {
+        {"TimdcX/xtest/PP_REG", OK, "lumsX_8u,TimdcX,?,?,?,?,xtest,7,p_dcx_ia.cpp,OK,/opt/bin/perfdc"},
+        {"TimdcX//PP_REG_I", DATAFAIL, "lumsX_8u,TimdcX,?,?,?,?,-,7,p_dcx_ia.cpp,DATAFAIL,/opt/bin/perfdc"},
+        {"", 12, "lumsX_8u,-,?,?,?,?,-,7,p_dcx_ia.cpp,UNKNOWN,/opt/bin/perfdc"},
+    };
+    g_ctrl87.setWords(0, 0);
+    g_ssx.setAccumulated(0);
+    for (const Case& c : cases) {
+        ReportedTest t("lumsX_8u", c.info, c.result, 7);
+        psReportTestResult r(&t);
+        EXPECT_STREQ(r.line().c_str(), c.expect);
+        EXPECT_EQ(capture<psUStream>(r), std::string(r.line().c_str()) + "\n");
+    }
+}
+
+TEST(ReportTestResult, GuardWordsFillTheirColumns)
+{
+    g_ctrl87.setWords(0x27F, 0x1);
+    g_ssx.setAccumulated(0x9F80);
+    ReportedTest t("lumsX_8u", "TimdcX//", OK);
+    psStringList fields;
+    psReportTestResult(&t).line().parse(fields, ",");
+    ASSERT_EQ(fields.count(), 11);
+    EXPECT_STREQ(fields.at(2).c_str(), g_ctrl87.strCW().c_str());
+    EXPECT_TRUE(fields.at(3).contains("?Invalid"));
+    EXPECT_STREQ(fields.at(4).c_str(), g_ssx.strCW().c_str());
+    EXPECT_STREQ(fields.at(5).c_str(), g_ssx.strExceptionState().c_str());
+    g_ctrl87.setWords(0, 0);
+    g_ssx.setAccumulated(0);
+}
+
+TEST(ReportTestResult, ConsoleBlockAndMissingMeasurement)
+{
+    ReportedTest measured("lumsX_8u", "TimdcX//", ACCURWRN, 65);
+    const std::string block = capture<psOStream>(psReportTestResult(&measured));
+    expectFramed(block);
+    const std::vector<std::string> lines = splitLines(block);
+    ASSERT_EQ(lines.size(), 3u);
+    EXPECT_EQ(lines[1].substr(0, 21), "| Result   : ACCURWRN");
+    EXPECT_EQ(lines[1].substr(64), "Time 00:01:05 |");
+
+    ReportedTest idle("lumsX_8u", "TimdcX//", UNDEFINED);
+    const std::string idleText = capture<psOStream>(psReportTestResult(&idle));
+    EXPECT_EQ(idleText.substr(0, 33), "--No measurements have been done\n");
+    expectFramed(idleText.substr(33));
+}
+
+TEST(ReportTestTitle, LabelledLinesAndNoSummaryLine)
+{
+    ReportedTest t("lumsEncodeLZSS_8u", "TimdcLZSS//PP_REG_I", OK);
+    const psReportTestTitle title(&t);
+    const std::string block = capture<psOStream>(title);
+    expectFramed(block);
+    const std::vector<std::string> lines = splitLines(block);
+    ASSERT_EQ(lines.size(), 7u);
+    EXPECT_EQ(lines[1].substr(0, 33), "| Function    : lumsEncodeLZSS_8u");
+    EXPECT_EQ(lines[2].substr(0, 17), "| Test        : - ");
+    EXPECT_EQ(lines[3].substr(0, 29), "| Source      : p_dcx_ia.cpp ");
+    EXPECT_EQ(lines[4].substr(0, 25), "| Description : TimdcLZSS");
+    EXPECT_EQ(lines[5].substr(0, 16), "| Start       : ");
+    EXPECT_EQ(capture<psUStream>(title), "");
+}
+
+TEST(ReportTitle, RunTitleItems)
+{
+    psTestList list;
+    ReportedTest a("lumsA_8u", "", OK), b("lumsB_8u", "", OK);
+    list.add(&a);
+    list.add(&b);
+    const psReportTitle title(&list);
+    // Labels in order; several library lines share one label.
+    std::vector<std::string> labels;
+    for (const psReportItem& it : title.items()) {
+        EXPECT_FALSE(it.value.empty()) << it.label.c_str();
+        if (labels.empty() || labels.back() != it.label.c_str()) labels.push_back(it.label.c_str());
+    }
+    EXPECT_EQ(labels, (std::vector<std::string>{"Computer", "Library", "Start", "Timing", "Test"}));
+    expectFramed(capture<psOStream>(title));
+    // Table and summary forms: one "label,text" line per item.
+    const std::vector<std::string> rows = splitLines(capture<psCStream>(title));
+    ASSERT_EQ(static_cast<int>(rows.size()), title.items().count());
+    for (const std::string& row : rows) EXPECT_EQ(std::count(row.begin(), row.end(), ','), 1) << row;
+    EXPECT_EQ(capture<psUStream>(title), capture<psCStream>(title));
+}
+
+// ---------------------------------------------------------------- listing
+
+TEST(ReportList, BaseNamesOfHelperFunctions)
+{
+    const std::pair<const char*, const char*> names[] = {
+        {"lumsMTFInit_8u", "lumsMTF_8u"},
+        {"lumsMTFGetSize_8u", "lumsMTF_8u"},
+        {"lumsEncodeRLEInit_BZ2_8u", "lumsEncodeRLE_BZ2_8u"},
+        {"lumsEncodeHuffInit_BZ2_16u8u", "lumsEncodeHuff_BZ2_16u8u"},
+        {"lumsFooGet_8u", "lumsFoo_8u"},
+        {"lumsCRC32_8u", "lumsCRC32_8u"},
+        {"lumsInitialize_8u", "lumsInitialize_8u"},  // "Init" inside a longer word
+        {"lumsReset_8u", "lumsReset_8u"},            // lower-case "set"
+        {"lumsDecodeLZOSafe_8u", "lumsDecodeLZOSafe_8u"},
+    };
+    for (const auto& n : names) EXPECT_STREQ(psReportList::baseName(n.first).c_str(), n.second) << n.first;
+
+    psStringList in;
+    for (const char* n : {"lumsMTFInit_8u", "lumsCRC32_8u", "lumsMTFFwd_8u", "lumsMTF_8u"}) in.add(n);
+    psStringList out = psReportList::createFuncList(in);
+    std::vector<std::string> got;
+    for (const psString& s : out) got.push_back(s.c_str());
+    EXPECT_EQ(got, (std::vector<std::string>{"lumsMTF_8u", "lumsMTFInit_8u", "lumsCRC32_8u", "lumsMTFFwd_8u"}));
+}
+
+TEST(ReportList, ModesListSelectedAndUnselectedFunctions)
+{
+    psTestList list;
+    ReportedTest cpu("__psOrvexCpuTest", "Orvex CPU information/__psOrvexCpu/", OK);
+    ReportedTest crc("lumsCRC32_8u", "TimdcChecksum//PP_REG", OK);
+    ReportedTest init("lumsMTFInit_8u", "Timdc_BZ2//PP_REG_I", OK);
+    for (psTest* t : {static_cast<psTest*>(&cpu), static_cast<psTest*>(&crc), static_cast<psTest*>(&init)}) list.add(t);
+    psConditions cond;
+    cond.add(makeCondition(COND_FUNC, COND_CONTAINS, "CRC"));
+
+    EXPECT_EQ(capture<psOStream>(psReportList(&list, cond, 0)),
+              "   #\tFunction\tTest\tSource\n"
+              "   1\tlumsCRC32_8u\t-\tp_dcx_ia.cpp\n");
+    EXPECT_EQ(capture<psOStream>(psReportList(&list, cond, 1)),
+              "   #\tFunction\tTest\tSource\tExist\n"
+              "   1\tlumsCRC32_8u\t-\tp_dcx_ia.cpp\t+\n"
+              "   2\tlumsMTF_8u\t-\t-\t-\n"
+              "   3\tlumsMTFInit_8u\t-\tp_dcx_ia.cpp\t-\n");
+    EXPECT_EQ(capture<psCStream>(psReportList(&list, cond, -1)),
+              "#,Function,Test,Source,Exist\n"
+              "1,lumsMTF_8u,-,-,-\n"
+              "2,lumsMTFInit_8u,-,p_dcx_ia.cpp,-\n");
+}
+
+// ---------------------------------------------------------------- table title
+
+TEST(TableTitle, CellCountsFollowTheHotColumn)
+{
+    const std::string table = tempPath("title.csv");
+    const std::string names = tempPath("title_name.csv");
+    const int savedHot = psTest::m_hot, savedMode = psSession::m_nameMode;
+    struct Case {
+        int hot;
+        int nameMode;
+        int resultCells;
+        const char* line;
+    } cases[] = {
+        {0, 0, 5, "function,Parm1,Parm2,Parm3,Parm4,Parm5,Parm6,Parm7,Parm8,Comment,Clocks,per,Time (usec),MFlops\n"},
+        {1, 2, 6, "function,Parm1,Parm2,Parm3,Parm4,Parm5,Parm6,Parm7,Parm8,Comment,Clocks,per,Time (usec),MFlops,Interest\n"},
+    };
+    for (const Case& c : cases) {
+        ASSERT_TRUE(g_cstrm.addStream(table.c_str(), false));
+        ASSERT_TRUE(g_qstrm.addStream(names.c_str(), false));
+        psTest::m_hot = c.hot;
+        psSession::m_nameMode = c.nameMode;
+        psPutTableTitle();
+        EXPECT_EQ(psTest::m_numParmsColm, 9);
+        EXPECT_EQ(psTest::m_numResultColm, c.resultCells);
+        // After the title the table's own files receive the lines again.
+        g_cstrm << "after" << "\n";
+        g_cstrm.clearSinks();
+        g_qstrm.clearSinks();
+        EXPECT_EQ(readFile(table), std::string(c.line) + "after\n");
+        EXPECT_EQ(readFile(names), c.nameMode & 2 ? c.line : "");
+    }
+    psTest::m_hot = savedHot;
+    psSession::m_nameMode = savedMode;
+    std::remove(table.c_str());
+    std::remove(names.c_str());
+}
