@@ -7,7 +7,8 @@
 #include "psstring.h"
 
 // Characters at which option files, the .cfg line and the forced command line are
-// cut into words. Double quotes separate like blanks; they never group words.
+// cut into words. A word that begins with a double quote runs to the closing quote,
+// so a quoted argument may hold blanks.
 extern const char* const PS_CMD_SEPARATORS;
 
 // True when the text has at least two characters and begins with "-" or "/".

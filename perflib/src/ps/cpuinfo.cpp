@@ -1,0 +1,297 @@
+#include "cpuinfo.h"
+
+#include "reports.h"
+#include "ticker.h"
+
+#include <cpuid.h>
+#include <cstring>
+
+// Without the library's feature tables the framework still names the baseline.
+#ifndef LUM_CPU_FEATURE_NAMES
+#define LUM_CPU_FEATURE_NAMES { { "SSE2", 1 } }
+#define LUM_CPU_LEVELS { { "SSE2", 1 } }
+#endif
+
+namespace {
+
+struct FeatureName {
+    const char* name;
+    Lum64u mask;
+};
+
+const FeatureName kFeatures[] = LUM_CPU_FEATURE_NAMES;
+const FeatureName kLevels[] = LUM_CPU_LEVELS;
+
+// ---------------------------------------------------------------- CPUID
+
+struct CpuidRegs {
+    unsigned a = 0, b = 0, c = 0, d = 0;
+};
+
+CpuidRegs cpuid(unsigned leaf, unsigned sub = 0)
+{
+    CpuidRegs r;
+    if (leaf < 0x80000000u ? leaf <= __get_cpuid_max(0, nullptr) : leaf <= __get_cpuid_max(0x80000000u, nullptr))
+        __cpuid_count(leaf, sub, r.a, r.b, r.c, r.d);
+    return r;
+}
+
+// The register state the operating system saves (XCR0), 0 when it cannot be read.
+unsigned long long xcr0()
+{
+    if (!(cpuid(1).c & (1u << 27))) return 0;  // OSXSAVE
+    unsigned lo, hi;
+    __asm__ __volatile__("xgetbv" : "=a"(lo), "=d"(hi) : "c"(0));
+    return (static_cast<unsigned long long>(hi) << 32) | lo;
+}
+
+// How one feature name is detected: a CPUID bit and the register state it needs.
+struct FeatureProbe {
+    const char* name;
+    unsigned leaf;
+    char reg;   // 'b', 'c' or 'd'
+    int bit;
+    unsigned long long xstate;  // XCR0 bits that must be set
+};
+
+const unsigned long long YMM_STATE = 0x6, ZMM_STATE = 0xE6;
+
+const FeatureProbe kProbes[] = {
+    {"SSE2", 1, 'd', 26, 0},
+    {"SSE3", 1, 'c', 0, 0},
+    {"SSSE3", 1, 'c', 9, 0},
+    {"SSE41", 1, 'c', 19, 0},
+    {"SSE42", 1, 'c', 20, 0},
+    {"POPCNT", 1, 'c', 23, 0},
+    {"CLMUL", 1, 'c', 1, 0},
+    {"AVX", 1, 'c', 28, YMM_STATE},
+    {"AVX2", 7, 'b', 5, YMM_STATE},
+    {"BMI1", 7, 'b', 3, 0},
+    {"BMI2", 7, 'b', 8, 0},
+    {"LZCNT", 0x80000001u, 'c', 5, 0},
+    {"AVX512F", 7, 'b', 16, ZMM_STATE},
+    {"AVX512BW", 7, 'b', 30, ZMM_STATE},
+    {"AVX512VL", 7, 'b', 31, ZMM_STATE},
+    {"VPCLMUL", 7, 'c', 10, YMM_STATE},
+    {"AVX512VNNI", 7, 'c', 11, ZMM_STATE},
+};
+
+bool probe(const FeatureProbe& p, unsigned long long state)
+{
+    CpuidRegs r = cpuid(p.leaf);
+    unsigned reg = p.reg == 'b' ? r.b : p.reg == 'c' ? r.c : r.d;
+    return (reg >> p.bit & 1u) && (state & p.xstate) == p.xstate;
+}
+
+psString vendorString()
+{
+    CpuidRegs r = cpuid(0);
+    char v[13] = {0};
+    std::memcpy(v, &r.b, 4);
+    std::memcpy(v + 4, &r.d, 4);
+    std::memcpy(v + 8, &r.c, 4);
+    return v;
+}
+
+psString brandString()
+{
+    if (__get_cpuid_max(0x80000000u, nullptr) < 0x80000004u) return psString();
+    char brand[49] = {0};
+    for (unsigned i = 0; i < 3; ++i) {
+        CpuidRegs r = cpuid(0x80000002u + i);
+        std::memcpy(brand + 16 * i, &r, 16);
+    }
+    return psString(brand).trimmed();
+}
+
+// ---------------------------------------------------------------- names
+
+bool sameName(const psString& a, const char* b) { return a.toLower() == psString(b).toLower(); }
+
+// A whole text read as a number (decimal or 0x hexadecimal); false otherwise.
+bool readMask(const psString& text, Lum64u& mask)
+{
+    if (text.empty()) return false;
+    const char* s = text.c_str();
+    int base = 10;
+    if (text.length() > 2 && s[0] == '0' && (s[1] == 'x' || s[1] == 'X')) {
+        s += 2;
+        base = 16;
+    }
+    Lum64u v = 0;
+    for (; *s; ++s) {
+        int digit;
+        if (*s >= '0' && *s <= '9')
+            digit = *s - '0';
+        else if (base == 16 && *s >= 'a' && *s <= 'f')
+            digit = *s - 'a' + 10;
+        else if (base == 16 && *s >= 'A' && *s <= 'F')
+            digit = *s - 'A' + 10;
+        else
+            return false;
+        v = v * base + digit;
+    }
+    mask = v;
+    return true;
+}
+
+// Joins the names of the features in mask, in table order.
+psString featureNames(Lum64u mask, const char* sep)
+{
+    psString s;
+    for (const FeatureName& f : kFeatures) {
+        if ((mask & f.mask) != f.mask) continue;
+        if (!s.empty()) s += sep;
+        s += f.name;
+    }
+    return s;
+}
+
+// Wraps words (separated by blanks) into lines of at most width columns; the
+// first line begins with first, the others with indent.
+psString wrapWords(const psString& words, const psString& first, const psString& indent, int width)
+{
+    psStringList list;
+    words.parse(list, " ");
+    psString out, line = first;
+    bool lineEmpty = true;
+    for (const psString& w : list) {
+        if (!lineEmpty && line.length() + 1 + w.length() > width) {
+            out << line << "\n";
+            line = indent;
+            lineEmpty = true;
+        }
+        line << (lineEmpty ? "" : " ") << w;
+        lineEmpty = false;
+    }
+    if (!lineEmpty) out << line << "\n";
+    return out;
+}
+
+// " <label padded>: " of the CPU report lines.
+psString reportLabel(const char* label) { return sFormat(psString(" ") + label, -11) + ": "; }
+
+}  // namespace
+
+// ---------------------------------------------------------------- psCpuFeatures
+
+Lum64u psCpuFeatures::cpuFeatures(const psString& text)
+{
+    psStringList parts;
+    if (text.trimmed().parse(parts, "|+ ") == 0) return 0;
+    Lum64u mask = 0;
+    for (const psString& part : parts) {
+        Lum64u m = 0;
+        for (const FeatureName& l : kLevels)
+            if (sameName(part, l.name)) m = l.mask;
+        for (const FeatureName& f : kFeatures)
+            if (!m && sameName(part, f.name)) m = f.mask;
+        if (!m && !readMask(part, m)) return 0;
+        if (!m) return 0;
+        mask |= m;
+    }
+    return mask;
+}
+
+psString psCpuFeatures::cpuLabel(Lum64u mask)
+{
+    for (const FeatureName& l : kLevels)
+        if (l.mask == mask) return l.name;
+    psString s = featureNames(mask, "|");
+    Lum64u known = 0;
+    for (const FeatureName& f : kFeatures) known |= f.mask;
+    if (mask & ~known) {
+        char hex[32];
+        std::snprintf(hex, sizeof hex, "0x%llX", static_cast<unsigned long long>(mask & ~known));
+        if (!s.empty()) s += "|";
+        s += hex;
+    }
+    return s;
+}
+
+psString psCpuFeatures::levelOf(Lum64u mask)
+{
+    psString best;
+    for (const FeatureName& l : kLevels)
+        if ((mask & l.mask) == l.mask) best = l.name;
+    return best;
+}
+
+psString psCpuFeatures::optimizedList()
+{
+    psString s("    a code-path level, each one adding features to the one before:\n");
+    Lum64u previous = 0;
+    for (const FeatureName& l : kLevels) {
+        psString line = psString("        ") + sFormat(psString(l.name), -8) + ": ";
+        if (previous) line << cpuLabel(previous) << " + ";
+        line << featureNames(l.mask & ~previous, "|");
+        s << line << "\n";
+        previous = l.mask;
+    }
+    s << "    or single features joined by '|' or '+':\n";
+    s << wrapWords(featureNames(~Lum64u(0), " "), "        ", "        ", 78);
+    psString here = levelOf(detected());
+    if (!here.empty()) s << "    The highest level of this processor is " << here << "\n";
+    return s;
+}
+
+Lum64u psCpuFeatures::detected()
+{
+    unsigned long long state = xcr0();
+    Lum64u mask = 0;
+    for (const FeatureName& f : kFeatures) {
+        for (const FeatureProbe& p : kProbes)
+            if (sameName(f.name, p.name) && probe(p, state)) mask |= f.mask;
+    }
+    return mask;
+}
+
+psString cpuInfo()
+{
+    psString brand = brandString();
+    psString s = brand.empty() ? vendorString() : brand;
+    s << ", " << psGetNumOfProcessors() << " logical processors";
+    psString level = psCpuFeatures::levelOf(psCpuFeatures::detected());
+    if (!level.empty()) s << ", features up to " << level;
+    return s;
+}
+
+// ---------------------------------------------------------------- the test
+
+psCpuTest::psCpuTest()
+    : psTest(static_cast<psCustomFunc>(nullptr), "__psOrvexCpuTest", "ps", "psCpuTest/__psOrvexCpu/")
+{
+}
+
+psString psCpuTest::report()
+{
+    psString s;
+    s << reportLabel("Vendor") << vendorString() << "\n";
+    psString brand = brandString();
+    if (!brand.empty()) s << reportLabel("Brand") << brand << "\n";
+    s << reportLabel("Processors") << psGetNumOfProcessors() << "\n";
+    Lum64u features = psCpuFeatures::detected();
+    psString level = psCpuFeatures::levelOf(features);
+    if (!level.empty()) s << reportLabel("Level") << level << "\n";
+    psString first = reportLabel("Features");
+    s << wrapWords(featureNames(features, " "), first, sFormat(psString(), first.length()), 78);
+    int cache = 0;
+    if (lum_GetMaxCacheSizeB && lum_GetMaxCacheSizeB(&cache) == 0 && cache > 0)
+        s << reportLabel("Max cache") << cache / 1024 << " KB\n";
+    s << reportLabel("Frequency") << psCpuTicker::getFreq() << " MHz (estimated)\n";
+    return s;
+}
+
+psResult psCpuTest::run()
+{
+    m_startTime = time(nullptr);
+    m_result = OK;
+    m_currentResult = OK;
+    g_ostrm << psReportTestTitle(this);
+    g_ustrm << psReportTestTitle(this);
+    g_ostrm << ERR << report() << END_MSG_FLUSH;
+    m_endTime = time(nullptr);
+    g_ostrm << psReportTestResult(this);
+    g_ustrm << psReportTestResult(this);
+    return m_result;
+}
