@@ -1,0 +1,230 @@
+// The key table as the session applies it: the settings each key leaves behind
+// (which the echo lines alone do not show), the argument decoders and the help texts.
+#include "console_capture.h"
+#include "keys.h"
+#include "libenv.h"
+#include "registry.h"
+#include "timing.h"
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <string>
+#include <vector>
+
+namespace {
+
+// Resets every setting the keys write, so each case starts from the defaults.
+class SessionKeys : public ::testing::Test {
+protected:
+    void SetUp() override
+    {
+        m_savedPriority = psTool::m_priority;
+        m_savedExe = psPaths::m_exePath;
+    }
+    void TearDown() override
+    {
+        psResetKeySettings();
+        psTest::m_hot = 0;
+        psTest::m_cache = false;
+        psTest::m_pressing = false;
+        psTool::m_priority = m_savedPriority;
+        g_tool.setSetAndUse(false);
+        psTestList::m_startFunc = psString();
+        g_istrm.data().clear();
+        g_istrm.deleteIniFile();
+        s_cpuFeature = 0;
+        s_numThreads = 0;
+        psSession::m_exitLevel = 0;
+        psSession::m_nameMode = 0;
+        psSession::m_nameExit = false;
+        psPaths::m_exePath = m_savedExe;
+        psPaths::setInDir("");
+        psPaths::setOutDir("");
+        psPaths::setDefName("");
+    }
+    // Parses the words as the command line of a program in the temporary folder and
+    // returns what the parse printed.
+    std::string parse(psSession& session, const std::vector<std::string>& args)
+    {
+        session.initSession();
+        std::vector<std::string> words = {psTestTempPath("keys_perf")};
+        words.insert(words.end(), args.begin(), args.end());
+        std::vector<char*> argv;
+        for (std::string& w : words) argv.push_back(&w[0]);
+        ConsoleCapture cap("keys_echo.txt");
+        parsed = session.parseCommandLine(static_cast<int>(argv.size()), argv.data());
+        return cap.text();
+    }
+
+    bool parsed = false;
+
+private:
+    int m_savedPriority = 0;
+    psString m_savedExe;
+};
+
+TEST_F(SessionKeys, SettingsLeftByKeys)
+{
+    const struct {
+        std::vector<std::string> args;
+        std::function<void(psSession&)> check;
+    } cases[] = {
+        {{}, [](psSession& s) { EXPECT_EQ(s.askMode, 3); }},
+        {{"-ATiming", "-AMisalign"}, [](psSession& s) { EXPECT_EQ(s.askMode, 5); }},
+        {{"-B", "-ATiming"}, [](psSession& s) { EXPECT_EQ(s.askMode, 0); }},
+        {{"-A"}, [](psSession& s) { EXPECT_EQ(s.askMode, 15); }},
+        {{"-Axyz"}, [](psSession& s) { EXPECT_EQ(s.askMode, 15); }},
+        {{"-AParams"}, [](psSession& s) { EXPECT_EQ(s.askMode, 2); }},
+        {{"-LDATA"}, [](psSession& s) { EXPECT_EQ(s.levelMode, 0x57); }},
+        {{"-LERR", "-LWARN"}, [](psSession& s) { EXPECT_EQ(s.levelMode, 3); }},
+        {{"-Lxyz"}, [](psSession& s) { EXPECT_EQ(s.levelMode, 1); }},
+        {{"-s-", "-s"}, [](psSession& s) { EXPECT_TRUE(s.quickMode); }},
+        {{"-s"}, [](psSession& s) { EXPECT_FALSE(s.quickMode); }},
+        {{"-H"}, [](psSession&) { EXPECT_EQ(psTest::m_hot, 1); }},
+        {{"-HONLY"}, [](psSession&) { EXPECT_EQ(psTest::m_hot, 2); }},
+        {{"-HOx", "-H"}, [](psSession&) { EXPECT_EQ(psTest::m_hot, 1); }},
+        {{"-Ylow"}, [](psSession&) { EXPECT_EQ(psTool::m_priority, 3); }},
+        {{"-YHIGH", "-Yx"}, [](psSession&) { EXPECT_EQ(psTool::m_priority, 1); }},
+        {{"-kx"}, [](psSession& s) { EXPECT_EQ(s.conditions.logic, COND_AND); }},
+        {{"-korange"}, [](psSession& s) { EXPECT_EQ(s.conditions.logic, COND_OR); }},
+        {{"-fa", "-f", "-t=b", "-m-"}, [](psSession& s) { EXPECT_EQ(s.conditions.count(), 2); }},
+        {{"-e"}, [](psSession& s) { EXPECT_EQ(s.enumMode, 0); }},
+        {{"-e+"}, [](psSession& s) { EXPECT_EQ(s.enumMode, 1); }},
+        {{"-e-"}, [](psSession& s) { EXPECT_EQ(s.enumMode, -1); }},
+        {{"-ex"}, [](psSession& s) { EXPECT_EQ(s.enumMode, 0); }},
+        {{"-B"}, [](psSession& s) { EXPECT_EQ(s.enumMode, 100); }},
+        {{"-Q"}, [](psSession&) { EXPECT_FALSE(psSession::m_nameExit); }},
+        {{"-q+", "-Q"},
+         [](psSession&) {
+             EXPECT_TRUE(psSession::m_nameExit);
+             EXPECT_EQ(psSession::m_nameMode, 1);
+         }},
+        {{"-FlumsCRC"}, [](psSession&) { EXPECT_EQ(psTestList::m_startFunc.str(), "lumsCRC"); }},
+        {{"-dLen=5", "-dbad", "-dLen=7"},
+         [](psSession&) {
+             psString v;
+             EXPECT_TRUE(g_istrm.data().get("Len", v));
+             EXPECT_EQ(v.str(), "7");
+             EXPECT_EQ(g_istrm.data().count(), 1);
+         }},
+        {{"-P", "-C", "-SU"},
+         [](psSession&) {
+             EXPECT_TRUE(psTest::m_pressing);
+             EXPECT_TRUE(psTest::m_cache);
+             EXPECT_TRUE(g_tool.getSetAndUse());
+         }},
+        {{"-gdone", "-g"},
+         [](psSession& s) { EXPECT_EQ(s.sglName.str(), psTestTempPath("keys_perf.end")); }},
+        {{"-lout", "-nrun7", "-grun"},
+         [](psSession& s) { EXPECT_EQ(s.sglName.str(), psTestTempPath("out/run.end")); }},
+        {{"-h", "-e"}, [](psSession&) { EXPECT_EQ(psSession::m_exitLevel, 2); }},
+        {{"-e", "-v"},
+         [](psSession&) {
+             EXPECT_EQ(psSession::m_exitLevel, 1);
+             EXPECT_TRUE(s_version);
+         }},
+        {{"-v"}, [](psSession&) { EXPECT_EQ(psSession::m_exitLevel, 3); }},
+        {{"-?x"},
+         [](psSession&) {
+             EXPECT_EQ(psSession::m_exitLevel, 2);
+             EXPECT_EQ(s_hintArg, 'x');
+             EXPECT_FALSE(s_hintHide);
+         }},
+        {{"-?", "-h"},
+         [](psSession&) {
+             EXPECT_EQ(s_hintArg, 1);
+             EXPECT_TRUE(s_hintHide);
+         }},
+        {{"-W"}, [](psSession&) { EXPECT_TRUE(is_W_flagUsed); }},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.args.empty() ? std::string("(no keys)") : c.args[0]);
+        psSession session;
+        parse(session, c.args);
+        EXPECT_TRUE(parsed);
+        c.check(session);
+        TearDown();
+    }
+}
+
+TEST_F(SessionKeys, EchoHeaderDependsOnTheSource)
+{
+    psSession session;
+    EXPECT_EQ(parse(session, {}), "");
+    EXPECT_EQ(parse(session, {"-B", "-x"}), "Command line options: \n-B: batch mode\n-x: ignored: incorrect option key\n");
+}
+
+TEST_F(SessionKeys, IniFileThatCannotBeWrittenIsFatal)
+{
+    psSession session;
+    std::string out = parse(session, {"-I/nonexistent/dir/p.ini"});
+    EXPECT_FALSE(parsed);
+    EXPECT_NE(out.find("FATAL ERROR: can't open ini-file for writing\n"), std::string::npos) << out;
+}
+
+TEST_F(SessionKeys, KeyTableOrderAndConditionalKeys)
+{
+    psSession session;
+    session.initSession();
+    std::string letters;
+    for (const psOption* o : session.getOptions()) letters += o->key;
+    // -T and -N appear only with a library behind the slots.
+    const bool library = lum_Init && lum_Init() != PS_LUM_NO_LIBRARY;
+    EXPECT_EQ(letters, library ? "BAdiIPoOLrRqQuUgnplftmkFYHWTNSCsev@h?" : "BAdiIPoOLrRqQuUgnplftmkFYHWSCsev@h?");
+    EXPECT_EQ(session.getOption('x'), nullptr);
+    ASSERT_NE(session.getOption('S'), nullptr);
+    EXPECT_TRUE(session.getOption('S')->hidden);
+    EXPECT_EQ(session.getOption('@')->info, nullptr);
+}
+
+TEST(KeyDecoders, AskLevels)
+{
+    const struct {
+        const char* arg;
+        int level;
+        const char* echo;
+    } cases[] = {
+        {"Timing", 1, " timing method"},
+        {"TimingMisalign", 5, " timing method, data misalignment"},
+        {"All", 15, " timing method, common parameters, data misalignment, each test parameters"},
+        {"", 15, " timing method, common parameters, data misalignment, each test parameters"},
+        {"PM", 6, " common parameters, data misalignment"},
+    };
+    for (const auto& c : cases) {
+        EXPECT_EQ(psAskLevel(c.arg), c.level) << c.arg;
+        EXPECT_EQ(psAskText(psAskLevel(c.arg)).str(), c.echo) << c.arg;
+    }
+    EXPECT_EQ(psLevelText(0x57).str(), "errors,warnings,performance results,tracing info,data info");
+    EXPECT_EQ(psLevelText(0x27).str(), "errors,warnings,performance results,memory info");
+}
+
+TEST_F(SessionKeys, HelpDisplays)
+{
+    psSession session;
+    session.initSession();
+    const psList<psOption*>& keys = session.getOptions();
+    psString quick = psHintQuick(keys, true);
+    EXPECT_TRUE(quick.startsWith("QUICK HELP\n-B               = batch mode"));
+    EXPECT_FALSE(quick.contains("-SU"));
+    psString quickAll = psHintQuick(keys, false);
+    EXPECT_TRUE(quickAll.startsWith("QUICK HELP with hidden keys\n"));
+    EXPECT_TRUE(quickAll.contains("-SU              = measure functions with data set & use\n"));
+
+    psString full = psHintFull(keys, false);
+    EXPECT_TRUE(full.contains("\n-C               = run tests with data in cache and out of cache (if that is "
+                              "supported by test)\nThis is hidden key used by developers only\nThis option"));
+    EXPECT_FALSE(psHintFull(keys, true).contains("hidden key used by developers"));
+    // -? has no usage line, so it is not in the extended help.
+    EXPECT_FALSE(full.contains("-?               ="));
+
+    EXPECT_EQ(psHintDescr(keys, 'x').str(), "EXTENDED KEY HELP\nKey -x is not valid\n\nUse -h option to type full key list\n");
+    EXPECT_EQ(psHintDescr(keys, 'e').str(), "EXTENDED KEY HELP\n-e               = enumerate tests and exit\n"
+                                            "No extended description for this key\n\nUse -h option to type full key list\n");
+    EXPECT_TRUE(psHintDescr(keys, '?').startsWith("EXTENDED KEY HELP\nKey -? is deprecated\n-?               = type "
+                                                  "short help with hidden keys and exit\n"));
+    EXPECT_EQ(psFillPlaceholder("a\tb\tc", "X").str(), "aXb\tc");
+    EXPECT_EQ(psFillPlaceholder("none", "X").str(), "none");
+}
+
+}  // namespace

@@ -1,0 +1,203 @@
+// Output streams and message levels, the call tracer, console input and the
+// exception type with its signal trap.
+#include "console_capture.h"
+#include "exceptions.h"
+#include "streams.h"
+
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <cstdio>
+#include <fstream>
+#include <string>
+
+namespace {
+
+TEST(Streams, LevelWordsAreReadLetterByLetter)
+{
+    const struct {
+        const char* text;
+        int mask;
+    } cases[] = {
+        {"ERR", 0x01},  {"WARN", 0x03}, {"PERF", 0x07}, {"INFO", 0x0F}, {"TRACE", 0x17}, {"DATA", 0x57},
+        {"M", 0x27},    {"ERRWARN", 0x03}, {"xyz", 0},  {"", 0},        {"perf", 0},
+    };
+    for (const auto& c : cases) EXPECT_EQ(psLevelFromText(c.text), c.mask) << c.text;
+}
+
+TEST(Streams, MessagesPassTheOutputMask)
+{
+    ConsoleCapture cap("levels.txt");
+    g_ostrm.setOutLevel(ERR);
+    g_ostrm << PERF << "dropped " << END_MSG;
+    g_ostrm << ERR << "shown " << END_MSG;
+    g_ostrm.setOutLevel(ERR | WARN | PERF);
+    g_ostrm << PERF << "perf " << DATA << "data " << END_MSG << "perf-again" << END_MSG_FLUSH;
+    EXPECT_EQ(cap.text(), "shown perf perf-again");
+}
+
+TEST(Streams, BeginMessageComparesLevelNumerically)
+{
+    psOStream o;
+    o.setOutLevel(7);
+    o.setMsgLevel(ERR);
+    EXPECT_FALSE(o.beginMessage(INFO));
+    EXPECT_EQ(o.getMsgLevel(), ERR);
+    o.setOutLevel(3);
+    EXPECT_TRUE(o.beginMessage(WARN));
+    EXPECT_EQ(o.getMsgLevel(), WARN);
+    o.endMessage();
+    EXPECT_EQ(o.getMsgLevel(), ERR);
+    // A mask of 0x10 lets level 8 begin although bit 8 is not in it.
+    o.setOutLevel(TRACE);
+    EXPECT_TRUE(o.beginMessage(INFO));
+}
+
+TEST(Streams, PoppingTooManyLevelsLeavesErrors)
+{
+    psOStream o;
+    o << DATA << TRACE;
+    o << END_MSG << END_MSG << END_MSG << END_MSG;
+    EXPECT_EQ(o.getMsgLevel(), ERR);
+}
+
+TEST(Streams, TracerIndentsAndUnwinds)
+{
+    ConsoleCapture cap("trace.txt");
+    g_trace.clear();
+    g_ostrm.setOutLevel(TRACE);
+    g_trace.traceIn("a");
+    g_trace.traceIn("b");
+    EXPECT_EQ(g_trace.getCurName().str(), "b");
+    EXPECT_EQ(g_trace.depth(), 2);
+    g_trace.traceOut("a");
+    EXPECT_EQ(g_trace.depth(), 0);
+    EXPECT_EQ(g_trace.indent().str(), "");
+    EXPECT_EQ(g_trace.getCurName().str(), "");
+    const std::string expected = "****** trace into   a\n"
+                                 "******* trace into   b\n"
+                                 "******* trace out of a\n";
+    EXPECT_EQ(cap.text(), expected);
+    EXPECT_EQ(g_trace.text().str(), expected);
+
+    // A name that was never entered removes nothing but shortens the indentation.
+    g_trace.clear();
+    g_trace.traceIn("x");
+    g_trace.traceIn("y");
+    g_trace.traceOut("z");
+    EXPECT_EQ(g_trace.depth(), 2);
+    EXPECT_EQ(g_trace.indent().str(), "");
+    g_trace.clear();
+}
+
+TEST(Streams, TracerIsSilentWithoutTraceLevel)
+{
+    ConsoleCapture cap("trace_quiet.txt");
+    g_trace.clear();
+    g_ostrm.setOutLevel(ERR | WARN | PERF);
+    {
+        psTraceScope scope("quiet");
+        EXPECT_EQ(g_trace.depth(), 1);
+    }
+    EXPECT_EQ(g_trace.depth(), 0);
+    EXPECT_EQ(cap.text(), "");
+    EXPECT_NE(g_trace.text().find("trace out of quiet"), -1);
+    g_trace.clear();
+}
+
+TEST(Streams, GetlineReadsLongLinesWhole)
+{
+    const std::string path = psTestTempPath("lines.txt");
+    std::ofstream(path, std::ios::binary) << std::string(1500, 'a') << "\n" << std::string(511, 'b') << "\n\nlast";
+    psString name(path.c_str());
+    i_stream in(name, IO_READ | IO_EXACT_NAME);
+    ASSERT_TRUE(in.isOpen());
+    psString line;
+    const size_t lengths[] = {1500, 511, 0, 4};
+    for (size_t len : lengths) {
+        EXPECT_TRUE(in.getline(line));
+        EXPECT_EQ(static_cast<size_t>(line.length()), len);
+    }
+    EXPECT_FALSE(in.getline(line));
+    std::remove(path.c_str());
+}
+
+TEST(Streams, ConsoleAnswerBlankGivesDefault)
+{
+    const std::string path = psTestTempPath("answers.txt");
+    std::ofstream(path, std::ios::binary) << "\n42\n";
+    psString name(path.c_str());
+    i_stream in(name, IO_READ | IO_EXACT_NAME);
+    psIStream ask;
+    EXPECT_EQ(ask.getItemValue(in, "Len", "10").str(), "10");
+    EXPECT_EQ(ask.source(), psIStream::SRC_DEFAULT);
+    EXPECT_EQ(ask.getItemValue(in, "Len", "10").str(), "42");
+    EXPECT_EQ(ask.source(), psIStream::SRC_CONSOLE);
+    std::remove(path.c_str());
+}
+
+TEST(Streams, DataSettingsLastOneWins)
+{
+    psDataList data;
+    EXPECT_TRUE(data.set(" Len = 100 "));
+    EXPECT_TRUE(data.set("Method=Manual"));
+    EXPECT_TRUE(data.set("Len=200"));
+    EXPECT_FALSE(data.set("novalue"));
+    EXPECT_FALSE(data.set(" =5"));
+    psString v;
+    ASSERT_TRUE(data.get("Len", v));
+    EXPECT_EQ(v.str(), "200");
+    EXPECT_EQ(data.count(), 2);
+    EXPECT_EQ(data.back().name.str(), "Len");
+}
+
+TEST(Streams, UnopenableFileIsReportedAndNotAdded)
+{
+    ConsoleCapture cap("unopened.txt");
+    g_ostrm.setOutLevel(ERR);
+    psOStream o;
+    EXPECT_FALSE(o.addStream("/nonexistent/dir/file.txt", false));
+    EXPECT_EQ(o.sinkCount(), 0);
+    EXPECT_EQ(cap.text(), "-- Can't open file /nonexistent/dir/file.txt to write: \n");
+}
+
+TEST(Exceptions, MessagesCarryTheirPrefix)
+{
+    psException text(psString("Invalid value of Len = x"));
+    EXPECT_STREQ(text.msg(), "--LUM. Exception: Invalid value of Len = x");
+    EXPECT_STREQ(text.info(), "Invalid value of Len = x");
+    psException sig("Illegal instruction.");
+    EXPECT_STREQ(sig.msg(), "--LUM. Signal: Illegal instruction.");
+    EXPECT_STREQ(sig.info(), "");
+    // An over-long text is cut, not overflowed.
+    psException longText(psString(std::string(5000, 'x')));
+    EXPECT_LT(std::string(longText.msg()).size(), 1024u);
+}
+
+// Raises the signal inside an armed trap and returns the message it became.
+std::string trapped(int sig)
+{
+    try {
+        PS_ARM_SIGNAL_TRAP();
+        std::raise(sig);
+        return "no signal";
+    } catch (const psException& e) {
+        return e.msg();
+    }
+}
+
+TEST(Exceptions, SignalsBecomeExceptions)
+{
+    const struct {
+        int sig;
+        const char* msg;
+    } cases[] = {
+        {SIGSEGV, "--LUM. Signal: Illegal storage access."},
+        {SIGFPE, "--LUM. Signal: FP error, such as overflow, division by zero, invalid operation."},
+        {SIGILL, "--LUM. Signal: Illegal instruction."},
+    };
+    for (const auto& c : cases) EXPECT_EQ(trapped(c.sig), c.msg);
+    EXPECT_EQ(tsSignal::code(), SIGILL);
+}
+
+}  // namespace
