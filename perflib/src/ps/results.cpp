@@ -205,6 +205,14 @@ void psTest::putTableResult_Deprecated(psResult code)
     setDeprecatedFlag(false);
 }
 
+bool psTest::setDeprecatedFlag(bool on)
+{
+    m_deprecated = on;
+    bool any = false;
+    for (psParameter* p : m_parms) any = p->setDeprecatedFlag(on) || any;
+    return on && any;
+}
+
 void psTest::putTableNameLine()
 {
     funcToCstrm();

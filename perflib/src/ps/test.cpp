@@ -380,14 +380,6 @@ void psTest::startAndStop()
     g_ostrm.setOutLevel(mask);
 }
 
-bool psTest::setDeprecatedFlag(bool on)
-{
-    m_deprecated = on;
-    bool any = false;
-    for (psParameter* p : m_parms) any = p->setDeprecatedFlag(on) || any;
-    return on && any;
-}
-
 // ---------------------------------------------------------------- memory
 
 void* psTest::allocate(int size, int align, void* mem)
