@@ -1,0 +1,275 @@
+// The four checksums: known answers, agreement with zlib and with bitwise references on
+// every code path the processor runs, continuation, argument errors and path selection.
+#include <gtest/gtest.h>
+#include <zlib.h>
+
+#include <algorithm>
+#include <cstring>
+#include <fstream>
+#include <iterator>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "checksums/checksum_paths.h"
+#include "lumdc.h"
+
+namespace {
+
+using lum::checksums::ChecksumFamily;
+using lum::checksums::ChecksumPath;
+using lum::checksums::kChecksumFamilies;
+using Bytes = std::vector<Lum8u>;
+
+// ---- References --------------------------------------------------------------------
+
+Lum32u bitwiseReflected(Lum32u poly, Lum32u crc, const Lum8u* p, size_t n) {
+    crc = ~crc;
+    for (size_t i = 0; i < n; ++i) {
+        crc ^= p[i];
+        for (int b = 0; b < 8; ++b) crc = (crc & 1) ? (crc >> 1) ^ poly : crc >> 1;
+    }
+    return ~crc;
+}
+
+Lum32u bitwiseMsbFirst(Lum32u poly, Lum32u crc, const Lum8u* p, size_t n) {
+    crc = ~crc;
+    for (size_t i = 0; i < n; ++i) {
+        crc ^= static_cast<Lum32u>(p[i]) << 24;
+        for (int b = 0; b < 8; ++b) crc = (crc & 0x80000000u) ? (crc << 1) ^ poly : crc << 1;
+    }
+    return ~crc;
+}
+
+// zlib for CRC-32 and Adler-32, the bitwise definitions for the other two. zlib's
+// functions take 32-bit lengths, so long buffers go in pieces.
+Lum32u reference(const std::string& family, Lum32u value, const Lum8u* p, size_t n) {
+    if (family == "lumsCRC32C_8u") return bitwiseReflected(0x82F63B78u, value, p, n);
+    if (family == "lumsCRC32_BZ2_8u") return bitwiseMsbFirst(0x04C11DB7u, value, p, n);
+    const bool crc = family == "lumsCRC32_8u";
+    uLong v = value;
+    for (size_t done = 0; done < n;) {
+        const uInt piece = static_cast<uInt>(std::min<size_t>(n - done, 1u << 30));
+        v = crc ? crc32(v, p + done, piece) : adler32(v, p + done, piece);
+        done += piece;
+    }
+    return static_cast<Lum32u>(v);
+}
+
+Bytes randomBytes(size_t n, unsigned seed) {
+    std::mt19937 gen(seed);
+    Bytes b(n);
+    for (auto& x : b) x = static_cast<Lum8u>(gen());
+    return b;
+}
+
+bool runsHere(const ChecksumPath& path) {
+    Lum64u detected = 0;
+    lumGetCpuFeatures(&detected, nullptr);
+    return (path.required & ~detected) == 0;
+}
+
+std::string caseName(const testing::TestParamInfo<ChecksumFamily>& info) {
+    return info.param.name;
+}
+
+class Checksum : public testing::TestWithParam<ChecksumFamily> {
+protected:
+    void TearDown() override { lumInit(); }
+    std::string name() const { return GetParam().name; }
+    const lum::checksums::ChecksumSlot& slot() const { return GetParam().slot(); }
+};
+
+INSTANTIATE_TEST_SUITE_P(Lum, Checksum, testing::ValuesIn(kChecksumFamilies), caseName);
+
+// ---- Known answers -----------------------------------------------------------------
+
+TEST(ChecksumKnownAnswers, CheckValuesOnEveryPath) {
+    struct Case {
+        const char* family;
+        Lum32u initial;
+        Lum32u expected;
+    };
+    const Case cases[] = {
+        {"lumsCRC32_8u", 0, 0xCBF43926u},
+        {"lumsCRC32C_8u", 0, 0xE3069283u},
+        {"lumsCRC32_BZ2_8u", 0, 0xFC891918u},
+        {"lumsAdler32_8u", 1, 0x091E01DEu},
+    };
+    const Lum8u* text = reinterpret_cast<const Lum8u*>("123456789");
+    for (const Case& c : cases) {
+        for (const ChecksumFamily& f : kChecksumFamilies) {
+            if (c.family != std::string(f.name)) continue;
+            Lum32u value = c.initial;
+            ASSERT_EQ(f.entry(text, 9, &value), lumStsNoErr);
+            EXPECT_EQ(value, c.expected) << f.name;
+            for (const ChecksumPath& path : f.slot()) {
+                if (runsHere(path)) {
+                    EXPECT_EQ(path.fn(c.initial, text, 9), c.expected) << f.name << " " << path.name;
+                }
+            }
+        }
+    }
+}
+
+// ---- Every path against the reference ----------------------------------------------
+
+// Every length up to 320 at every start offset within a 64-byte line: covers each
+// path's thresholds (16-byte lanes, 64- to 256-byte strides) and unaligned loads.
+TEST_P(Checksum, EveryPathMatchesReferenceOnShortBuffers) {
+    const Bytes data = randomBytes(320 + 64, 1);
+    const Lum32u initial = 0x5A5AC3C3u;
+    for (size_t offset = 0; offset < 64; ++offset) {
+        for (size_t len = 0; len <= 320; ++len) {
+            const Lum32u want = reference(name(), initial, data.data() + offset, len);
+            for (const ChecksumPath& path : slot()) {
+                if (!runsHere(path)) continue;
+                ASSERT_EQ(path.fn(initial, data.data() + offset, len), want)
+                    << path.name << " length " << len << " offset " << offset;
+            }
+        }
+    }
+}
+
+// Lengths around the block sizes of the kernels (three-stream CRC blocks of 256 and
+// 4096 bytes, 64 KiB Adler runs, zlib's 5552-byte runs) and a large unaligned buffer.
+TEST_P(Checksum, EveryPathMatchesReferenceOnLongBuffers) {
+    const Bytes data = randomBytes((1u << 20) + 64, 2);
+    const size_t lengths[] = {767,  768,   769,   1023,  5552,  5553,  12287, 12288,
+                              12289, 65535, 65536, 65537, 131072 + 77, 1u << 20};
+    for (size_t len : lengths) {
+        for (size_t offset : {size_t{0}, size_t{3}, size_t{61}}) {
+            if (offset + len > data.size()) continue;
+            const Lum32u want = reference(name(), GetParam().initial, data.data() + offset, len);
+            for (const ChecksumPath& path : slot()) {
+                if (!runsHere(path)) continue;
+                EXPECT_EQ(path.fn(GetParam().initial, data.data() + offset, len), want)
+                    << path.name << " length " << len << " offset " << offset;
+            }
+        }
+    }
+}
+
+// All-0xFF bytes give the largest partial sums: catches overflow in Adler-32 lanes.
+TEST_P(Checksum, EveryPathMatchesReferenceOnSaturatedBytes) {
+    const Bytes data(3u << 18, 0xFF);
+    const Lum32u want = reference(name(), 0xFFF0FFF0u, data.data(), data.size());
+    for (const ChecksumPath& path : slot()) {
+        if (runsHere(path)) {
+            EXPECT_EQ(path.fn(0xFFF0FFF0u, data.data(), data.size()), want) << path.name;
+        }
+    }
+}
+
+TEST_P(Checksum, EveryPathMatchesReferenceOnCorpus) {
+    const std::string dir = PERFDC_CORPUS_DIR;
+    const char* files[] = {"bib", "book1", "geo", "obj1", "pic", "progc", "trans"};
+    std::ifstream probe(dir + "/bib", std::ios::binary);
+    if (!probe) GTEST_SKIP() << "corpus not found in " << dir;
+    for (const char* file : files) {
+        std::ifstream in(dir + "/" + file, std::ios::binary);
+        ASSERT_TRUE(in) << file;
+        const Bytes data((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+        const Lum32u want = reference(name(), GetParam().initial, data.data(), data.size());
+        for (const ChecksumPath& path : slot()) {
+            if (runsHere(path)) {
+                EXPECT_EQ(path.fn(GetParam().initial, data.data(), data.size()), want) << path.name << " " << file;
+            }
+        }
+    }
+}
+
+// ---- Public function ----------------------------------------------------------------
+
+TEST_P(Checksum, RunningValueOverPiecesEqualsValueOverWhole) {
+    const Bytes data = randomBytes(200000, 3);
+    Lum32u whole = GetParam().initial;
+    ASSERT_EQ(GetParam().entry(data.data(), static_cast<int>(data.size()), &whole), lumStsNoErr);
+    EXPECT_EQ(whole, reference(name(), GetParam().initial, data.data(), data.size()));
+
+    std::mt19937 gen(4);
+    Lum32u running = GetParam().initial;
+    for (size_t pos = 0; pos < data.size();) {
+        const size_t piece = std::min<size_t>(data.size() - pos, gen() % 5000);
+        ASSERT_EQ(GetParam().entry(data.data() + pos, static_cast<int>(piece), &running), lumStsNoErr);
+        pos += piece;
+    }
+    EXPECT_EQ(running, whole);
+}
+
+TEST_P(Checksum, BadArgumentsAreRejectedBeforeAnyAccess) {
+    const Lum8u data[4] = {1, 2, 3, 4};
+    const Lum32u sentinel = 0x12345678u;
+    Lum32u value = sentinel;
+    EXPECT_EQ(GetParam().entry(nullptr, 4, &value), lumStsNullPtrErr);
+    EXPECT_EQ(GetParam().entry(nullptr, 0, &value), lumStsNullPtrErr);
+    EXPECT_EQ(GetParam().entry(data, 4, nullptr), lumStsNullPtrErr);
+    EXPECT_EQ(GetParam().entry(data, -1, &value), lumStsSizeErr);
+    EXPECT_EQ(value, sentinel);
+    EXPECT_EQ(GetParam().entry(data, 0, &value), lumStsNoErr);
+    EXPECT_EQ(value, sentinel);
+}
+
+// Forcing the baseline runs the portable kernel; lumInit brings back the fastest path.
+TEST_P(Checksum, FeatureMaskSelectsThePath) {
+    const ChecksumPath* fastest = nullptr;
+    for (const ChecksumPath& path : slot()) {
+        if (runsHere(path)) {
+            fastest = &path;
+            break;
+        }
+    }
+    ASSERT_NE(fastest, nullptr);
+    EXPECT_STREQ(slot().current().name, fastest->name);
+
+    ASSERT_EQ(lumSetCpuFeatures(lumCpuLevelSSE2), lumStsNoErr);
+    EXPECT_STREQ(slot().current().name, "portable");
+    const Bytes data = randomBytes(1000, 5);
+    Lum32u value = GetParam().initial;
+    ASSERT_EQ(GetParam().entry(data.data(), 1000, &value), lumStsNoErr);
+    EXPECT_EQ(value, reference(name(), GetParam().initial, data.data(), 1000));
+
+    ASSERT_EQ(lumInit(), lumStsNoErr);
+    EXPECT_STREQ(slot().current().name, fastest->name);
+}
+
+// The choice on processors of each level (simulated by hiding features of this one).
+TEST(ChecksumDispatch, FastestPathOfEachProcessorLevel) {
+    struct Case {
+        Lum64u level;
+        const char* family;
+        const char* path;
+    };
+    const Case cases[] = {
+        {lumCpuLevelSSE2, "lumsCRC32_8u", "portable"},       {lumCpuLevelSSE2, "lumsAdler32_8u", "portable"},
+        {lumCpuLevelSSE42, "lumsCRC32_8u", "clmul128"},      {lumCpuLevelSSE42, "lumsCRC32C_8u", "sse42x3"},
+        {lumCpuLevelSSE42, "lumsCRC32_BZ2_8u", "clmul128"},  {lumCpuLevelSSE42, "lumsAdler32_8u", "ssse3"},
+        {lumCpuLevelAVX2, "lumsCRC32C_8u", "sse42x3"},       {lumCpuLevelAVX2, "lumsAdler32_8u", "avx2"},
+        {lumCpuLevelAVX2 | lumCpuFeatureVPCLMUL, "lumsCRC32_8u", "vpclmul256"},
+        {lumCpuLevelAVX512, "lumsCRC32_BZ2_8u", "vpclmul512"}, {lumCpuLevelAVX512, "lumsAdler32_8u", "avx512"},
+    };
+    Lum64u detected = 0;
+    lumGetCpuFeatures(&detected, nullptr);
+    for (const Case& c : cases) {
+        if ((c.level & ~detected) != 0) continue;
+        lum::limitDetectedFeatures(c.level);
+        for (const ChecksumFamily& f : kChecksumFamilies) {
+            if (c.family == std::string(f.name)) {
+                EXPECT_STREQ(f.slot().current().name, c.path) << f.name << " " << std::hex << c.level;
+            }
+        }
+    }
+    lum::limitDetectedFeatures(lumCpuFeatureAll);
+    EXPECT_EQ(lumGetEnabledCpuFeatures(), detected);
+}
+
+// Every path is reachable through some feature mask, the lowest that covers it.
+TEST_P(Checksum, EachPathIsChosenForItsOwnFeatures) {
+    for (const ChecksumPath& path : slot()) {
+        if (!runsHere(path) || path.required == 0) continue;
+        ASSERT_EQ(lumSetCpuFeatures(path.required), lumStsNoErr) << path.name;
+        EXPECT_STREQ(slot().current().name, path.name);
+    }
+}
+
+}  // namespace
