@@ -1,0 +1,150 @@
+// The aligned allocator: placement of the handed-out pointer, the records, and the
+// vector placement settings.
+#include "memory.h"
+
+#include "console_capture.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <cstring>
+
+namespace {
+
+uintptr_t addr(void* p) { return reinterpret_cast<uintptr_t>(p); }
+
+class MemoryTest : public ::testing::Test {
+protected:
+    void SetUp() override { psFreeAll(); }
+    void TearDown() override
+    {
+        psFreeAll();
+        psSetAlignMax(PS_ALIGN_DEF);
+        psSetVectorAlign(0);
+    }
+};
+
+}  // namespace
+
+TEST_F(MemoryTest, PointerPlacementFollowsAlignAndShift)
+{
+    struct Case {
+        int align, shift;
+        unsigned offset;  // expected offset of the pointer from a 64-byte boundary
+    };
+    // a = 0 rounds base + shift up to the next multiple of 64; 0 < a < 64 with a
+    // shift that is a multiple of 64 lands a bytes past base + shift.
+    const Case cases[] = {{0, 0, 0}, {0, 1, 0}, {0, 512, 0}, {6, 0, 6}, {6, 512, 6}, {70, 0, 6}, {32, 128, 32}};
+    for (const Case& c : cases) {
+        void* p = psMalloc(100, c.align, c.shift, nullptr);
+        ASSERT_NE(nullptr, p);
+        EXPECT_EQ(c.offset, addr(p) % 64) << c.align << "/" << c.shift;
+        std::memset(p, 0xA5, 100);  // the whole requested size is usable
+        psFree(p);
+    }
+}
+
+TEST_F(MemoryTest, ShiftMovesThePointerPastTheBase)
+{
+    // The first 64-byte boundary at or after base + shift, where base is the
+    // pointer handed out for shift 0.
+    void* p0 = psMalloc(64, 0, 0, nullptr);
+    void* p1 = psMalloc(64, 0, 1, nullptr);
+    void* p512 = psMalloc(64, 0, 512, nullptr);
+    int size = 0;
+    long long owner = 1;
+    ASSERT_EQ(1, psMallocInfo(p1, &size, &owner));
+    EXPECT_EQ(64, size);
+    EXPECT_EQ(0, owner);
+    EXPECT_EQ(0u, addr(p0) % 64);
+    EXPECT_EQ(0u, addr(p1) % 64);
+    EXPECT_EQ(0u, addr(p512) % 64);
+    // The records walk in allocation order and name each block's size and owner.
+    void* seen[3];
+    int n = 0;
+    for (void* p = psMallocFirst(nullptr, nullptr); p; p = psMallocNext(nullptr, nullptr)) seen[n++] = p;
+    ASSERT_EQ(3, n);
+    EXPECT_EQ(p0, seen[0]);
+    EXPECT_EQ(p1, seen[1]);
+    EXPECT_EQ(p512, seen[2]);
+}
+
+TEST_F(MemoryTest, RecordsKeepTheOwnerAndForgetFreedBlocks)
+{
+    int tag = 0;
+    void* a = psMalloc(10, 0, 0, &tag);
+    void* b = psMalloc(20, 0, 0, nullptr);
+    EXPECT_EQ(2, psMallocCount());
+    int size = 0;
+    void* owner = nullptr;
+    EXPECT_EQ(a, psMallocFirst(&size, &owner));
+    EXPECT_EQ(10, size);
+    EXPECT_EQ(&tag, owner);
+    psFree(a);
+    EXPECT_EQ(0, psMallocInfo(a, nullptr, nullptr));
+    EXPECT_EQ(b, psMallocFirst(&size, &owner));
+    EXPECT_EQ(20, size);
+    EXPECT_EQ(nullptr, psMallocNext(&size, &owner));
+}
+
+TEST_F(MemoryTest, UnknownPointersAndEmptyListsAreQuiet)
+{
+    ConsoleCapture out("memory_quiet.txt");
+    g_ostrm.setOutLevel(ERR | WARN);
+    EXPECT_EQ(nullptr, psMallocFirst(nullptr, nullptr));
+    char local[16];
+    psFree(local);  // no records at all
+    void* p = psMalloc(8, 0, 0, nullptr);
+    psFree(local);  // not handed out
+    psFree(nullptr);
+    EXPECT_EQ(1, psMallocCount());
+    EXPECT_EQ(0, psFreeAll());
+    psFree(p);  // forgotten: nothing happens
+    EXPECT_EQ(0, psMallocCount());
+    EXPECT_EQ("", out.text());
+}
+
+TEST_F(MemoryTest, ExhaustionIsReportedAndReturnsNull)
+{
+    ConsoleCapture out("memory_fail.txt");
+    g_ostrm.setOutLevel(ERR);
+    // A size that no request can satisfy (the system allocator may overcommit any
+    // positive request on this machine).
+    EXPECT_EQ(nullptr, psMalloc(-100000, 0, 0, nullptr));
+    EXPECT_EQ("-- Memory error: can't allocate -100000 bytes\n", out.text());
+    EXPECT_EQ(0, psMallocCount());
+}
+
+TEST_F(MemoryTest, MemoryLevelTracesEveryBlock)
+{
+    ConsoleCapture out("memory_trace.txt");
+    g_ostrm.setOutLevel(ERR | MEMORY);
+    void* p = psMalloc(48, 0, 0, nullptr);
+    psFree(p);
+    std::string text = out.text();
+    EXPECT_EQ(0u, text.find(" - psMalloc: size:48  address:"));
+    EXPECT_NE(std::string::npos, text.find("\n - psFree: size:48  address:"));
+    psString ptr;
+    ptr << static_cast<const void*>(p);
+    EXPECT_NE(std::string::npos, text.find(std::string("  alignedPointer:") + ptr.c_str() + "\n"));
+}
+
+TEST_F(MemoryTest, LargerAlignmentUnit)
+{
+    psSetAlignMax(256);
+    EXPECT_EQ(256, psGetAlignMax());
+    void* p = psMalloc(10, 0, 1, nullptr);
+    EXPECT_EQ(0u, addr(p) % 256);
+}
+
+TEST_F(MemoryTest, PlacementSettings)
+{
+    const int aligns[][2] = {{70, 6}, {64, 0}, {5, 5}, {0, 0}};
+    for (const auto& a : aligns) {
+        psSetVectorAlign(a[0]);
+        EXPECT_EQ(a[1], psGetVectorAlign()) << a[0];
+    }
+    EXPECT_EQ(512, psGetVectorShift());
+    EXPECT_TRUE(psGetAlignSrc());
+    EXPECT_TRUE(psGetAlignByByte());
+}
