@@ -1,0 +1,173 @@
+// Black-box checks of what a run leaves behind: the performance table and the
+// name table cell by cell, the summary file, and the framed console blocks.
+#include "runner.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <string>
+#include <vector>
+
+namespace {
+
+const char* const kTitle = "function,Parm1,Parm2,Parm3,Parm4,Parm5,Parm6,Parm7,Parm8,Comment,Clocks,per,Time (usec),MFlops";
+const char* const kSumHeader =
+    "Function,Class,Control87,Status87,ControlSSX,StatusSSX,Test,Time (sec.),SrcName,Result,ExeName";
+const char* const kRunLabels[] = {"Computer", "Library", "Start", "Timing", "Test"};
+// The only test that needs no library and no data: the built-in CPU information test.
+const char* const kCpuOnly = "-f=__psOrvexCpuTest";
+
+std::vector<std::string> cells(const std::string& line)
+{
+    std::vector<std::string> out;
+    size_t from = 0;
+    for (size_t comma; (comma = line.find(',', from)) != std::string::npos; from = comma + 1)
+        out.push_back(line.substr(from, comma - from));
+    out.push_back(line.substr(from));
+    return out;
+}
+
+bool startsWith(const std::string& s, const std::string& prefix) { return s.compare(0, prefix.size(), prefix) == 0; }
+
+// The run title opens every table and the summary file: one "label,text" line per item.
+size_t expectRunTitle(const std::vector<std::string>& lines)
+{
+    size_t i = 0;
+    for (const char* label : kRunLabels) {
+        EXPECT_LT(i, lines.size());
+        if (i >= lines.size()) return i;
+        EXPECT_TRUE(startsWith(lines[i], std::string(label) + ",")) << lines[i];
+        EXPECT_EQ(cells(lines[i]).size(), 2u) << lines[i];
+        // Several library lines share the label.
+        do ++i;
+        while (i < lines.size() && std::string(label) == "Library" && startsWith(lines[i], "Library,"));
+    }
+    return i;
+}
+
+class ReportFiles : public ::testing::Test {
+protected:
+    void SetUp() override { box.installProgram(); }
+    Sandbox box;
+};
+
+}  // namespace
+
+TEST_F(ReportFiles, PerformanceTableTitleAndLineWidths)
+{
+    struct Case {
+        std::vector<std::string> extra;
+        std::string title;
+        size_t width;
+    } cases[] = {
+        {{}, kTitle, 14},
+        {{"-H"}, std::string(kTitle) + ",Interest", 15},
+    };
+    for (const Case& c : cases) {
+        std::vector<std::string> args = {"-B", "-r", kCpuOnly};
+        args.insert(args.end(), c.extra.begin(), c.extra.end());
+        const RunResult r = box.run(args);
+        ASSERT_EQ(r.exitCode, 0) << r.output;
+        ASSERT_TRUE(box.exists("perfdc.csv")) << r.output;
+        const std::vector<std::string> lines = splitLines(box.read("perfdc.csv"));
+        const size_t at = expectRunTitle(lines);
+        ASSERT_LT(at, lines.size());
+        EXPECT_EQ(lines[at], c.title);
+        // Every line after the title has exactly the title's cells, "-" for empty ones.
+        for (size_t i = at + 1; i < lines.size(); ++i) {
+            const std::vector<std::string> row = cells(lines[i]);
+            EXPECT_EQ(row.size(), c.width) << lines[i];
+            for (const std::string& cell : row) EXPECT_FALSE(cell.empty()) << lines[i];
+        }
+    }
+}
+
+TEST_F(ReportFiles, SummaryFileHeaderLinesAndEndBlock)
+{
+    const RunResult r = box.run({"-B", "-u", kCpuOnly});
+    ASSERT_EQ(r.exitCode, 0) << r.output;
+    ASSERT_TRUE(box.exists("perfdc_sum.csv")) << r.output;
+    const std::vector<std::string> lines = splitLines(box.read("perfdc_sum.csv"));
+    size_t i = expectRunTitle(lines);
+    ASSERT_LT(i, lines.size());
+    EXPECT_EQ(lines[i], kSumHeader);
+    EXPECT_EQ(std::count(lines.begin(), lines.end(), std::string(kSumHeader)), 1);
+
+    // One line per test run, 11 fields, the program path last.
+    int testLines = 0;
+    for (++i; i < lines.size() && lines[i] != "END_DATA"; ++i, ++testLines) {
+        const std::vector<std::string> f = cells(lines[i]);
+        ASSERT_EQ(f.size(), 11u) << lines[i];
+        EXPECT_EQ(f[0], "__psOrvexCpuTest");
+        EXPECT_EQ(f[10], "./perfdc");
+        for (const std::string& field : f) EXPECT_FALSE(field.empty()) << lines[i];
+    }
+    EXPECT_EQ(testLines, 1);
+
+    // The end block: END_DATA and the summary rows, the counts adding up.
+    ASSERT_LT(i, lines.size());
+    const char* rows[] = {".Number of tests", ".Successes", ".Failures", "...Fails", ".....-FAIL", ".....-EXCPTFAIL",
+                          "...Warnings", ".....-WARNING", ".....-BADSTSWRN", "...Undefined", ".Total time"};
+    ASSERT_EQ(lines.size(), i + 1 + 11);
+    std::vector<int> value;
+    for (int k = 0; k < 11; ++k) {
+        const std::vector<std::string> f = cells(lines[i + 1 + k]);
+        ASSERT_EQ(f.size(), 2u);
+        EXPECT_EQ(f[0], rows[k]);
+        value.push_back(k < 10 ? std::stoi(f[1]) : 0);
+    }
+    EXPECT_EQ(value[0], value[1] + value[2]);             // tests = successes + failures
+    EXPECT_EQ(value[2], value[3] + value[6] + value[9]);  // failures = fails + warnings + undefined
+    EXPECT_EQ(value[3], value[4] + value[5]);
+    EXPECT_EQ(value[6], value[7] + value[8]);
+    EXPECT_LE(value[0], testLines);
+}
+
+TEST_F(ReportFiles, ConsoleBlocksAreFramed)
+{
+    const RunResult r = box.run({"-B", kCpuOnly});
+    ASSERT_EQ(r.exitCode, 0) << r.output;
+    const std::string sep = "+" + std::string(77, '-') + "+";
+    // Run title, test title, test result and summary: four blocks, two frame lines each.
+    EXPECT_EQ(r.count(sep + "\n"), 8) << r.output;
+    EXPECT_EQ(r.count("| PS Summary "), 1);
+    int framedLines = 0;
+    for (const std::string& line : splitLines(r.output)) {
+        if (line.empty() || line[0] != '|') continue;
+        ++framedLines;
+        EXPECT_EQ(line.size(), 79u) << line;
+        EXPECT_EQ(line.back(), '|') << line;
+    }
+    EXPECT_GE(framedLines, 5 + 5 + 1 + 12);
+    for (const char* label : {"| Computer : ", "| Timing   : ", "| Function   : __psOrvexCpuTest", "| Result   : "})
+        EXPECT_EQ(r.count(label), 1) << label << "\n" << r.output;
+}
+
+TEST_F(ReportFiles, NameTableGetsTheTitleLine)
+{
+    const RunResult r = box.run({"-B", "-r", "-q", kCpuOnly});
+    ASSERT_EQ(r.exitCode, 0) << r.output;
+    ASSERT_TRUE(box.exists("perfdc_name.csv")) << r.output;
+    const std::vector<std::string> names = splitLines(box.read("perfdc_name.csv"));
+    const size_t at = expectRunTitle(names);
+    ASSERT_LT(at, names.size());
+    EXPECT_EQ(names[at], kTitle);
+    // The title line went to the table as well, once.
+    const std::vector<std::string> table = splitLines(box.read("perfdc.csv"));
+    EXPECT_EQ(std::count(table.begin(), table.end(), std::string(kTitle)), 1);
+}
+
+TEST_F(ReportFiles, EnumerationListsTestsOnConsoleAndTable)
+{
+    const RunResult r = box.run({"-B", "-e", "-r", kCpuOnly});
+    ASSERT_EQ(r.exitCode, 0) << r.output;
+    EXPECT_TRUE(r.hasLine("   #\tFunction\tTest\tSource")) << r.output;
+    EXPECT_TRUE(r.hasLine("   1\t__psOrvexCpuTest\t__psOrvexCpu\tps")) << r.output;
+    EXPECT_EQ(r.count("PS Summary"), 0);
+    // The header's run title, the listing's own run title, then the listing.
+    const std::vector<std::string> table = splitLines(box.read("perfdc.csv"));
+    const size_t second = expectRunTitle(table);
+    const size_t at = second + expectRunTitle(std::vector<std::string>(table.begin() + second, table.end()));
+    ASSERT_EQ(table.size(), at + 2);
+    EXPECT_EQ(table[at + 1], "1,__psOrvexCpuTest,__psOrvexCpu,ps");
+}
