@@ -1,16 +1,14 @@
-// Report blocks, summary-file lines, the -e listing and the table title line.
+// Report blocks, summary-file lines and the -e listing. The run title and the table
+// title line are checked end to end by the black-box tests.
 #include "fpguard.h"
 #include "paths.h"
 #include "registry.h"
 #include "conditions.h"
 #include "reports.h"
-#include "session.h"
-#include "tabletitle.h"
 #include "test.h"
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <cstdio>
 #include <fstream>
 #include <sstream>
@@ -290,28 +288,6 @@ TEST(ReportTestTitle, LabelledLinesAndNoSummaryLine)
     EXPECT_EQ(capture<psUStream>(title), "");
 }
 
-TEST(ReportTitle, RunTitleItems)
-{
-    psTestList list;
-    ReportedTest a("lumsA_8u", "", OK), b("lumsB_8u", "", OK);
-    list.add(&a);
-    list.add(&b);
-    const psReportTitle title(&list);
-    // Labels in order; several library lines share one label.
-    std::vector<std::string> labels;
-    for (const psReportItem& it : title.items()) {
-        EXPECT_FALSE(it.value.empty()) << it.label.c_str();
-        if (labels.empty() || labels.back() != it.label.c_str()) labels.push_back(it.label.c_str());
-    }
-    EXPECT_EQ(labels, (std::vector<std::string>{"Computer", "Library", "Start", "Timing", "Test"}));
-    expectFramed(capture<psOStream>(title));
-    // Table and summary forms: one "label,text" line per item.
-    const std::vector<std::string> rows = splitLines(capture<psCStream>(title));
-    ASSERT_EQ(static_cast<int>(rows.size()), title.items().count());
-    for (const std::string& row : rows) EXPECT_EQ(std::count(row.begin(), row.end(), ','), 1) << row;
-    EXPECT_EQ(capture<psUStream>(title), capture<psCStream>(title));
-}
-
 // ---------------------------------------------------------------- listing
 
 TEST(ReportList, BaseNamesOfHelperFunctions)
@@ -359,41 +335,4 @@ TEST(ReportList, ModesListSelectedAndUnselectedFunctions)
               "#,Function,Test,Source,Exist\n"
               "1,lumsMTF_8u,-,-,-\n"
               "2,lumsMTFInit_8u,-,p_dcx_ia.cpp,-\n");
-}
-
-// ---------------------------------------------------------------- table title
-
-TEST(TableTitle, CellCountsFollowTheHotColumn)
-{
-    const std::string table = tempPath("title.csv");
-    const std::string names = tempPath("title_name.csv");
-    const int savedHot = psTest::m_hot, savedMode = psSession::m_nameMode;
-    struct Case {
-        int hot;
-        int nameMode;
-        int resultCells;
-        const char* line;
-    } cases[] = {
-        {0, 0, 5, "function,Parm1,Parm2,Parm3,Parm4,Parm5,Parm6,Parm7,Parm8,Comment,Clocks,per,Time (usec),MFlops\n"},
-        {1, 2, 6, "function,Parm1,Parm2,Parm3,Parm4,Parm5,Parm6,Parm7,Parm8,Comment,Clocks,per,Time (usec),MFlops,Interest\n"},
-    };
-    for (const Case& c : cases) {
-        ASSERT_TRUE(g_cstrm.addStream(table.c_str(), false));
-        ASSERT_TRUE(g_qstrm.addStream(names.c_str(), false));
-        psTest::m_hot = c.hot;
-        psSession::m_nameMode = c.nameMode;
-        psPutTableTitle();
-        EXPECT_EQ(psTest::m_numParmsColm, 9);
-        EXPECT_EQ(psTest::m_numResultColm, c.resultCells);
-        // After the title the table's own files receive the lines again.
-        g_cstrm << "after" << "\n";
-        g_cstrm.clearSinks();
-        g_qstrm.clearSinks();
-        EXPECT_EQ(readFile(table), std::string(c.line) + "after\n");
-        EXPECT_EQ(readFile(names), c.nameMode & 2 ? c.line : "");
-    }
-    psTest::m_hot = savedHot;
-    psSession::m_nameMode = savedMode;
-    std::remove(table.c_str());
-    std::remove(names.c_str());
 }
