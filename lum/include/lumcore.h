@@ -144,11 +144,12 @@ typedef struct {
 /* Named code-path levels, lowest first. Passing a level's mask to lumSetCpuFeatures()
  * selects the paths of that level:
  *   "SSE2"   the x86-64 baseline: every function runs its portable code;
- *   "SSE42"  SSE3 to SSE4.2, POPCNT and PCLMULQDQ: 128-bit carry-less folding for the
- *            CRCs, SSSE3 Adler-32;
+ *   "SSE42"  SSE3 to SSE4.2, POPCNT and PCLMULQDQ: 128-bit carry-less folding for CRC-32
+ *            and the bzip2 CRC, the crc32 instruction for CRC-32C, SSSE3 Adler-32;
  *   "AVX2"   adds AVX, AVX2, BMI1, BMI2, LZCNT: 256-bit Adler-32;
  *   "AVX512" adds AVX-512 F/BW/VL and VPCLMULQDQ: 512-bit folding and Adler-32.
- * A mask between two levels is valid too; each path runs when all its features are on. */
+ * A mask between two levels is valid too; each path runs when all its features are on
+ * (AVX2 with VPCLMUL, for example, selects 256-bit folding for the CRCs). */
 #define LUM_CPU_LEVELS {                        \
     { "SSE2", lumCpuLevelSSE2 },                \
     { "SSE42", lumCpuLevelSSE42 },              \

@@ -14,6 +14,11 @@
 #include "checksums/checksum_paths.h"
 #include "lumdc.h"
 
+namespace lum::checksums {
+// Test names and messages show the family by its function name.
+void PrintTo(const ChecksumFamily& family, std::ostream* os) { *os << family.name; }
+}  // namespace lum::checksums
+
 namespace {
 
 using lum::checksums::ChecksumFamily;

@@ -38,7 +38,7 @@ struct V256 {
 }  // namespace vpclmul256
 
 namespace {
-constexpr int kAccumulators = 4;
+constexpr int kAccumulators = 4;  // 128 bytes per step
 template <class Model>
 Lum32u run(Lum32u crc, const Lum8u* p, std::size_t n) {
     return ~vpclmul256::foldUpdate<vpclmul256::V256, Model, kAccumulators>(~crc, p, n);

@@ -41,7 +41,7 @@ struct V512 {
 }  // namespace vpclmul512
 
 namespace {
-constexpr int kAccumulators = 8;
+constexpr int kAccumulators = 4;  // eight measure no faster: the multiplier is saturated
 template <class Model>
 Lum32u run(Lum32u crc, const Lum8u* p, std::size_t n) {
     return ~vpclmul512::foldUpdate<vpclmul512::V512, Model, kAccumulators>(~crc, p, n);
