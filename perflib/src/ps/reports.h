@@ -70,7 +70,6 @@ psString psCellText(const psString& text);
 struct psReportItem {
     psString label;
     psString value;
-    bool operator==(const psReportItem& o) const { return label == o.label && value == o.value; }
 };
 typedef psList<psReportItem> psReportItems;
 
@@ -140,7 +139,6 @@ public:
         psString test;
         psString source;
         bool exists;
-        bool operator==(const Entry& o) const { return function == o.function; }
     };
 
     psReportList(psTestList* list, psConditions& cond, int mode);
