@@ -40,9 +40,9 @@ LUM_FOLD_TARGET inline __m128i load16(const Lum8u* p) {
     return _mm_shuffle_epi8(v, byteReverse16());
 }
 
-// Lane x multiplied by x^bits (k = foldConstants for bits), congruent, 128 bits wide.
-LUM_FOLD_TARGET inline __m128i fold16(__m128i x, __m128i k) {
-    return _mm_xor_si128(_mm_clmulepi64_si128(x, k, 0x00), _mm_clmulepi64_si128(x, k, 0x11));
+// A lane times x^bits modulo P (k = foldConstants for bits), still 128 bits wide.
+LUM_FOLD_TARGET inline __m128i fold16(__m128i lane, __m128i k) {
+    return _mm_xor_si128(_mm_clmulepi64_si128(lane, k, 0x00), _mm_clmulepi64_si128(lane, k, 0x11));
 }
 
 // The CRC register continues a message by being added to its first 32 bits.

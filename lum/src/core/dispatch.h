@@ -3,7 +3,7 @@
 // A function family lists its implementations in a CodePath array, fastest first, each
 // with the feature bits it needs; the last entry is the portable one and needs nothing.
 // A DispatchSlot owns the choice for one family: it registers with liblumcore when it is
-// constructed (at library load), is told the enabled feature mask then and after every
+// constructed (on the family's first use), is told the enabled feature mask then and after every
 // lumInit / lumSetCpuFeatures, and keeps the first path whose features are all enabled.
 // Calls through the slot cost one relaxed atomic load.
 #ifndef LUM_CORE_DISPATCH_H
