@@ -1,0 +1,54 @@
+// Black-box test helper: a fresh temporary folder with a copy of the built perfdc
+// in it (so that default output files land in that folder), runs of the program
+// with stdin from /dev/null, and access to the files it leaves behind.
+#ifndef TESTS_BLACKBOX_RUNNER_H
+#define TESTS_BLACKBOX_RUNNER_H
+
+#include <string>
+#include <vector>
+
+// What one run of the program gave.
+struct RunResult {
+    int exitCode = -1;   // -1 when the program did not exit normally
+    std::string output;  // standard output and standard error, interleaved
+
+    // Whether the output holds this exact line (without its line end).
+    bool hasLine(const std::string& line) const;
+    // Number of times the text occurs in the output.
+    int count(const std::string& text) const;
+};
+
+// How the program is started.
+struct RunOptions {
+    std::string program = "./perfdc";  // argv[0], relative to the working folder
+    std::string cwd = ".";              // working folder, relative to the sandbox
+    std::string searchDir;              // when set, put first in PATH (argv[0] without folder)
+};
+
+class Sandbox {
+public:
+    Sandbox();
+    ~Sandbox();
+    Sandbox(const Sandbox&) = delete;
+    Sandbox& operator=(const Sandbox&) = delete;
+
+    // Copies the built program to the relative path (folders created as needed).
+    void installProgram(const std::string& relPath = "perfdc");
+    RunResult run(const std::vector<std::string>& args, const RunOptions& options = RunOptions()) const;
+
+    std::string path(const std::string& rel) const { return m_root + "/" + rel; }
+    const std::string& root() const { return m_root; }
+    void write(const std::string& rel, const std::string& content) const;
+    std::string read(const std::string& rel) const;
+    bool exists(const std::string& rel) const;
+    // Names of the plain files directly in the folder, sorted.
+    std::vector<std::string> files(const std::string& rel = ".") const;
+
+private:
+    std::string m_root;
+};
+
+// Lines of a text, without their line ends.
+std::vector<std::string> splitLines(const std::string& text);
+
+#endif
