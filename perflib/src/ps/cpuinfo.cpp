@@ -258,8 +258,9 @@ psString cpuInfo()
 
 // ---------------------------------------------------------------- the test
 
+// The registration info's class field is what the test title shows as description.
 psCpuTest::psCpuTest()
-    : psTest(static_cast<psCustomFunc>(nullptr), "__psOrvexCpuTest", "ps", "psCpuTest/__psOrvexCpu/")
+    : psTest(static_cast<psCustomFunc>(nullptr), "__psOrvexCpuTest", "ps", "Orvex CPU information/__psOrvexCpu/")
 {
 }
 
