@@ -1,0 +1,265 @@
+// Result words and what a test reports for one combination: the console lines at
+// their levels, the performance-table cells and the registration text.
+#include "results.h"
+
+#include "console_capture.h"
+#include "parameter.h"
+#include "table.h"
+#include "test.h"
+#include "ticker.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <string>
+
+// ---------------------------------------------------------------- words
+
+TEST(ResultWords, ShortAndLongWordsByCode)
+{
+    const char* const shortWords[] = {"UNDEFINED", "OK",        "ACCURWRN", "BADSTSWRN", "DATAWRN",   "FUNCWRN",
+                                      "WARNING",   "ACCURFAIL", "DATAFAIL", "FUNCFAIL",  "EXCPTFAIL", "FAIL"};
+    const char* const longWords[] = {"was not run",       "successfully",         "wrong measure accuracy",
+                                     "modified control status", "test data warning", "lib function warning",
+                                     "warning",           "accuracy error",       "test data error",
+                                     "lib function error", "exception",           "error"};
+    for (int code = 0; code <= 11; ++code) {
+        EXPECT_STREQ(shortWords[code], psResultWord(code)) << code;
+        EXPECT_STREQ(longWords[code], psResultLongWord(code)) << code;
+    }
+    for (int code : {-1, 12, 100}) {
+        EXPECT_STREQ("UNKNOWN", psResultWord(code));
+        EXPECT_STREQ("unknown result", psResultLongWord(code));
+    }
+}
+
+// ---------------------------------------------------------------- the reporting test
+
+namespace {
+
+psResult unusedLoop(int, long long*) { return OK; }
+psResult unusedStat(int*, long long*) { return OK; }
+int unusedCall() { return 0; }
+psResult unusedCustom(psTool&, int) { return OK; }
+
+// A test whose figures the tests set directly.
+class ReportingTest : public psTest {
+public:
+    ReportingTest() : psTest(unusedLoop, nullptr, "lumsDemo_8u", "/src/p_demo.cpp", "TimDemo//PP_REG") {}
+    double getDivisor() override { return divisor; }
+    psString getUnit() override { return "e"; }
+    double getFlops() override { return flops; }
+    bool isFloatFunction() override { return floating; }
+
+    double divisor = 100.0;
+    double flops = 0.0;
+    bool floating = false;
+};
+
+// Sends the performance table into a temporary file while it lives.
+class TableCapture {
+public:
+    explicit TableCapture(const std::string& name) : m_path(psTestTempPath(name))
+    {
+        m_sinks.addStream(m_path.c_str(), false);
+        g_cstrm.swapSinks(m_sinks);
+        g_cstrm.tableFlush();
+    }
+    ~TableCapture()
+    {
+        g_cstrm.swapSinks(m_sinks);
+        std::remove(m_path.c_str());
+    }
+    std::string text() { return psTestReadFile(m_path); }
+
+private:
+    std::string m_path;
+    psSinks m_sinks;
+};
+
+class ResultsTest : public ::testing::Test {
+protected:
+    void SetUp() override
+    {
+        savedFreq = psCpuTicker::m_freqMHz;
+        psCpuTicker::m_freqMHz = 1000;
+        psTest::m_numParmsColm = 9;
+        psTest::m_numResultColm = 5;
+        test.tool().setMethodLoop(10);
+        test.tool().setFuncTicks(12345.0);
+        test.tool().setComment("nLps=10");
+    }
+    void TearDown() override { psCpuTicker::m_freqMHz = savedFreq; }
+
+    unsigned savedFreq = 0;
+    ReportingTest test;
+};
+
+}  // namespace
+
+TEST(FormatClocks, DecimalsFollowTheMagnitude)
+{
+    ReportingTest t;
+    const std::pair<double, const char*> cases[] = {
+        {123.456, "123"},        {1.23456, "1.23"},         {0.00012345, "0.000123"}, {0.00001, "1.000e-05"},
+        {0, ""},                 {-5, ""},                  {10000000, "10000000"},   {10000001, "1.000e+07"},
+        {99.99, "100.0"},        {12.345, "12.3"},          {0.5, "0.500"},           {0.05, "0.0500"},
+        {0.005, "0.00500"},      {0.0001, "0.000100"},
+    };
+    for (const auto& c : cases) EXPECT_STREQ(c.second, t.formatClocks(c.first)) << c.first;
+    EXPECT_STREQ("nan", t.formatClocks(std::numeric_limits<double>::quiet_NaN()));
+}
+
+TEST_F(ResultsTest, ResultLineShowsCommentClocksDivisorAndPerformance)
+{
+    EXPECT_STREQ("nLps=10   perf= 1.23e+04/      100=      123 clocks", test.testResultString());
+    // Auto and Iterative add the achieved accuracy; a long comment is not cut.
+    test.tool().setMethodAuto();
+    test.tool().setComment("nLps=2048 acc=7.3%");
+    EXPECT_STREQ("acc=100.0%nLps=2048 acc=7.3%perf= 1.23e+04/      100=      123 clocks", test.testResultString());
+}
+
+TEST_F(ResultsTest, PerformanceAndFlops)
+{
+    EXPECT_DOUBLE_EQ(123.45, test.performance(false));
+    EXPECT_EQ(0.0, test.performance(true)) << "not a floating-point function";
+    test.floating = true;
+    test.flops = 2469.0;
+    EXPECT_DOUBLE_EQ(2469.0 * 1000 / 12345.0, test.performance(true));
+    EXPECT_STREQ("200", test.perfString(true));
+}
+
+TEST_F(ResultsTest, OutputResultWritesAtTheLevelOfItsCode)
+{
+    psDefault_NSC<int> len(64, "len", "");
+    test.addParameter(&len);
+    struct Case {
+        psResult code;
+        OutputLevel mask;
+        const char* console;
+        int tableLines;
+    };
+    const Case cases[] = {
+        {UNDEFINED, 0x7F, "", 0},
+        {OK, ERR | WARN | PERF, "nLps=10   perf= 1.23e+04/      100=      123 clocks\n", 1},
+        {OK, ERR | WARN, "", 1},
+        {BADSTSWRN, ERR | WARN,
+         "-- modified control status on test parameters:\nlen=64 \n"
+         "-- performance:\nnLps=10   perf= 1.23e+04/      100=      123 clocks\n",
+         1},
+        {BADSTSWRN, ERR, "", 1},
+        {ACCURFAIL, ERR, "-- accuracy error on test parameters:\nlen=64 \n", 0},
+        {EXCPTFAIL, ERR | WARN | PERF, "-- exception on test parameters:\nlen=64 \n", 0},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.code);
+        ConsoleCapture out("results_output.txt");
+        TableCapture table("results_table.csv");
+        g_ostrm.setOutLevel(c.mask);
+        test.outputResult(c.code);
+        EXPECT_EQ(c.console, out.text());
+        std::string lines = table.text();
+        EXPECT_EQ(c.tableLines, static_cast<int>(std::count(lines.begin(), lines.end(), '\n')));
+    }
+}
+
+TEST_F(ResultsTest, TableLineHasFunctionParametersAndResultCells)
+{
+    psDefault_NSC<int> len(64, "len", "");
+    psDefault_NSC<psString> file(psString("book1"), "file", "");
+    test.addParameter(&len);
+    test.addParameter(&file);
+    TableCapture table("results_line.csv");
+    test.putTableResult(OK);
+    // Time (usec) is the clocks of one call over the frequency in MHz.
+    EXPECT_EQ("lumsDemo_8u,64,book1,-,-,-,-,-,-,nLps=10,123,e,12.3,-\n", table.text());
+}
+
+TEST_F(ResultsTest, HotMarkAppearsOnlyWhenTheTitleHasItsColumn)
+{
+    psStringList* saved = g_pHotList;
+    psStringList hot;
+    hot.add("lumsDemo_8u");
+    g_pHotList = &hot;
+    {
+        TableCapture table("results_hot5.csv");
+        test.putTableResult(OK);
+        EXPECT_EQ("lumsDemo_8u,-,-,-,-,-,-,-,-,nLps=10,123,e,12.3,-\n", table.text());
+    }
+    {
+        psTest::m_numResultColm = 6;
+        TableCapture table("results_hot6.csv");
+        test.putTableResult(OK);
+        EXPECT_EQ("lumsDemo_8u,-,-,-,-,-,-,-,-,nLps=10,123,e,12.3,-,Hot\n", table.text());
+    }
+    g_pHotList = saved;
+}
+
+TEST_F(ResultsTest, DeprecatedValuesGiveAPostponedSecondLine)
+{
+    psDefault_NSC<int> len(64, "len", "");
+    len.addDeprecated(64, "L64");
+    test.addParameter(&len);
+    TableCapture table("results_deprecated.csv");
+    ConsoleCapture out("results_deprecated.txt");
+    g_ostrm.setOutLevel(ERR);
+    test.outputResult(OK);
+    EXPECT_EQ("lumsDemo_8u,64,-,-,-,-,-,-,-,nLps=10,123,e,12.3,-\n", table.text());
+    g_cstrm.linePostponeOut(14);
+    EXPECT_EQ("lumsDemo_8u,64,-,-,-,-,-,-,-,nLps=10,123,e,12.3,-\n"
+              "lumsDemo_8u,L64,-,-,-,-,-,-,-,deprecated,123,e,12.3,-\n",
+              table.text());
+    EXPECT_STREQ("nLps=10", test.getComment()) << "the flag is cleared after the line";
+}
+
+TEST_F(ResultsTest, NameLineListsTheParameterNames)
+{
+    psDefault_NSC<int> len(64, "len", "");
+    test.addParameter(&len);
+    TableCapture table("results_names.csv");
+    test.putTableNameLine();
+    EXPECT_EQ("lumsDemo_8u,len,-,-,-,-,-,-,-,parmNames,-,-,-,-\n", table.text());
+}
+
+TEST(RegInfo, NamesTheEntryPointsAndTheOneUsedForMeasuring)
+{
+    struct Case {
+        psLoopFunc loop;
+        psStatFunc stat;
+        psCallFunc call;
+        int method;
+        bool preferCalls;
+        bool setAndUse;
+        const char* text;
+    };
+    const char* head = "   Test has been registered by PP_REG macro";
+    const Case cases[] = {
+        {unusedLoop, unusedStat, unusedCall, psTool::AUTO, false, false,
+         " with loopMethod, statMethod, funcCall, funcInit.\n   loopMethod is called for measuring."},
+        {unusedLoop, unusedStat, unusedCall, psTool::AUTO, true, false,
+         " with loopMethod, statMethod, funcCall, funcInit.\n   statMethod is called for measuring."},
+        {unusedLoop, unusedStat, unusedCall, psTool::STATISTIC, false, true,
+         " with loopMethod, statMethod, funcCall, funcInit.\n   funcCall with Set&Use is called for measuring."},
+        {nullptr, nullptr, unusedCall, psTool::MANUAL, false, false,
+         " with funcCall, funcInit.\n   funcCall is called for measuring."},
+        {unusedLoop, nullptr, nullptr, psTool::STATISTIC, false, false,
+         " with loopMethod, funcInit.\n   loopMethod is called for measuring."},
+        {nullptr, unusedStat, nullptr, psTool::MANUAL, false, false,
+         " with statMethod, funcInit.\n   statMethod is called for measuring."},
+    };
+    for (const Case& c : cases) {
+        psTest t(c.call, unusedCall, c.loop, c.stat, "f", "s.cpp", "T//PP_REG");
+        t.tool().setMethod(c.method);
+        t.tool().setPreferCalls(c.preferCalls);
+        t.tool().setSetAndUse(c.setAndUse);
+        EXPECT_EQ(std::string(head) + c.text, t.regInfo().str());
+    }
+    psTest custom(unusedCustom, "f", "s.cpp", "T");
+    EXPECT_STREQ("   Test has been registered with oldMethod.\n   oldMethod is called for measuring.", custom.regInfo());
+    psTest none(nullptr, nullptr, "f", "s.cpp", "T//PP_REG_I");
+    EXPECT_STREQ("   Test has been registered by PP_REG_I macro without any function to call.\n"
+                 " No standard timing method is available",
+                 none.regInfo());
+}

@@ -1,0 +1,516 @@
+// The test lifecycle: parameter combinations in odometer order, the data and
+// failure paths of a run, crashes and floating-point traps inside measured code,
+// and a real measurement of a memory copy through a library-function test.
+#include "test.h"
+
+#include "conditions.h"
+#include "console_capture.h"
+#include "fpguard.h"
+#include "memory.h"
+#include "parameter.h"
+#include "pp.h"
+#include "registry.h"
+#include "session.h"
+#include "table.h"
+#include "ticker.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <cstring>
+#include <functional>
+#include <string>
+#include <vector>
+
+// ---------------------------------------------------------------- identity
+
+TEST(TestIdentity, RegistrationInfoAndFileName)
+{
+    struct Case {
+        const char* info;
+        const char* className;
+        const char* testName;
+        const char* macro;
+    };
+    const Case cases[] = {
+        {"TimdcLZSS", "TimdcLZSS", "", ""},
+        {"TimdcLZSS/encode", "TimdcLZSS", "encode", ""},
+        {"TimdcLZSS//PP_REG_I", "TimdcLZSS", "", "PP_REG_I"},
+        {"A/b/c/d", "A", "b", "c/d"},
+        {"", "", "", ""},
+    };
+    for (const Case& c : cases) {
+        psTestInfo i(c.info);
+        EXPECT_STREQ(c.className, i.className) << c.info;
+        EXPECT_STREQ(c.testName, i.testName) << c.info;
+        EXPECT_STREQ(c.macro, i.regMacro) << c.info;
+    }
+    psTest t(nullptr, nullptr, "f", "/work/perf/p_dclzss_ia.cpp", "TimdcLZSS//PP_REG_I");
+    EXPECT_STREQ("p_dclzss_ia.cpp", t.getFileName());
+    EXPECT_STREQ("/work/perf/p_dclzss_ia.cpp", t.getSrcPath());
+}
+
+namespace {
+
+// A parameter stepping through a fixed list of texts.
+class ListParm : public psParameter {
+public:
+    ListParm(const char* name, std::vector<std::string> values) : psParameter(name, ""), m_values(std::move(values)) {}
+    psString valueString() override
+    {
+        return m_cur >= 0 && m_cur < static_cast<int>(m_values.size()) ? psString(m_values[m_cur]) : psString();
+    }
+    void resetIterator() override { m_cur = -1; }
+    bool firstValue() override
+    {
+        resetIterator();
+        return nextValue();
+    }
+    bool nextValue() override { return ++m_cur < static_cast<int>(m_values.size()); }
+
+private:
+    std::vector<std::string> m_values;
+    int m_cur = -1;
+};
+
+psResult quickLoop(int n, long long* clocks)
+{
+    *clocks = 100LL * n;
+    return OK;
+}
+
+psResult crashingLoop(int, long long*)
+{
+    volatile int* volatile p = nullptr;
+    *p = 1;
+    return OK;
+}
+
+psResult invalidOperationLoop(int n, long long* clocks)
+{
+    volatile double zero = 0.0;
+    volatile double nan = zero / zero;
+    (void)nan;
+    *clocks = 100LL * n;
+    return OK;
+}
+
+// A test whose data lifecycle the tests script and record.
+class ScriptedTest : public psTest {
+public:
+    explicit ScriptedTest(psLoopFunc loop = quickLoop, const char* name = "lumsScripted_8u")
+        : psTest(loop, nullptr, name, "test_test.cpp", "Scripted//PP_REG")
+    {
+    }
+    void beginTest() override
+    {
+        if (throwInBegin) throw psException(psString("boom"));
+    }
+    bool canStart() override
+    {
+        for (psParameter* p : parms) addParameter(p);
+        return startOk;
+    }
+    bool initData() override
+    {
+        psString combo;
+        for (psParameter* p : parameters()) combo << p->valueString();
+        combos.push_back(combo.str());
+        return initOk;
+    }
+    void flushData() override { ++flushes; }
+    psResult runTiming() override { return timingCodes.empty() ? psTest::runTiming() : timingCodes[combos.size() - 1]; }
+    void outputResult(psResult code) override
+    {
+        codes.push_back(code);
+        psTest::outputResult(code);
+    }
+
+    std::vector<psParameter*> parms;
+    bool startOk = true;
+    bool initOk = true;
+    bool throwInBegin = false;
+    std::vector<psResult> timingCodes;  // codes runTiming returns per combination (empty: measure)
+    std::vector<std::string> combos;
+    std::vector<psResult> codes;
+    int flushes = 0;
+};
+
+class LifecycleTest : public ::testing::Test {
+protected:
+    void SetUp() override
+    {
+        savedTool = g_tool;
+        g_tool.setMethodLoop(2);
+        savedFreq = psCpuTicker::m_freqMHz;
+        psCpuTicker::m_freqMHz = 1000;
+        psTest::m_numParmsColm = 9;
+        psTest::m_numResultColm = 5;
+        psTest::m_hot = 0;
+        psTest::m_cache = false;
+        psSession::m_nameExit = false;
+        out = new ConsoleCapture("lifecycle.txt");
+        g_ostrm.setOutLevel(ERR | WARN);
+    }
+    void TearDown() override
+    {
+        delete out;
+        g_tool = savedTool;
+        psCpuTicker::m_freqMHz = savedFreq;
+        psTest::m_hot = 0;
+        psTest::m_cache = false;
+        psSession::m_nameExit = false;
+        psFreeAll();
+    }
+    // The console text without the framed report blocks.
+    std::string messages()
+    {
+        std::string all = out->text(), kept;
+        size_t pos = 0;
+        while (pos < all.size()) {
+            size_t end = all.find('\n', pos);
+            end = end == std::string::npos ? all.size() : end + 1;
+            std::string line = all.substr(pos, end - pos);
+            if (line[0] != '|' && line[0] != '+') kept += line;
+            pos = end;
+        }
+        return kept;
+    }
+
+    psTool savedTool;
+    unsigned savedFreq = 0;
+    ConsoleCapture* out = nullptr;
+};
+
+}  // namespace
+
+// ---------------------------------------------------------------- combinations
+
+TEST_F(LifecycleTest, CombinationsRunInOdometerOrder)
+{
+    ListParm letters("letter", {"a", "b"}), digits("digit", {"1", "2"});
+    ScriptedTest t;
+    t.parms = {&letters, &digits};
+    EXPECT_EQ(OK, t.run());
+    EXPECT_EQ((std::vector<std::string>{"a1", "a2", "b1", "b2"}), t.combos);
+    EXPECT_EQ(4, t.flushes);
+    EXPECT_EQ(OK, t.getResult());
+}
+
+TEST_F(LifecycleTest, DataProblemsFailTheRun)
+{
+    struct Case {
+        std::vector<std::string> values;
+        bool startOk;
+        bool initOk;
+        int combos;
+        const char* message;
+    };
+    const Case cases[] = {
+        {{}, true, true, 0, "-- One of argument list for timing is empty\n"},
+        {{"1", "2"}, true, false, 2, "-- Error while initialization of function data\n"},
+        {{"1"}, false, true, 0, "-- Can't start timing\n"},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.message);
+        ListParm p("len", c.values);
+        ScriptedTest t;
+        t.parms = {&p};
+        t.startOk = c.startOk;
+        t.initOk = c.initOk;
+        ConsoleCapture local("lifecycle_data.txt");
+        g_ostrm.setOutLevel(ERR);
+        EXPECT_EQ(DATAFAIL, t.run());
+        EXPECT_EQ(c.combos, static_cast<int>(t.combos.size()));
+        EXPECT_EQ(c.combos, t.flushes) << "every prepared combination is flushed";
+        EXPECT_NE(std::string::npos, local.text().find(c.message));
+    }
+}
+
+TEST_F(LifecycleTest, HiddenWarningsCountAsOkButKeepTheirCode)
+{
+    ListParm p("len", {"1", "2"});
+    ScriptedTest t;
+    t.parms = {&p};
+    t.timingCodes = {ACCURWRN, OK};
+    g_ostrm.setOutLevel(ERR);
+    EXPECT_EQ(OK, t.run());
+    EXPECT_EQ((std::vector<psResult>{ACCURWRN, OK}), t.codes);
+
+    ScriptedTest shown;
+    shown.parms = {&p};
+    shown.timingCodes = {ACCURWRN, OK};
+    g_ostrm.setOutLevel(ERR | WARN);
+    EXPECT_EQ(ACCURWRN, shown.run());
+}
+
+TEST_F(LifecycleTest, FailureEndsTheLoopAfterItsCombination)
+{
+    ListParm p("len", {"1", "2", "3"});
+    ScriptedTest t;
+    t.parms = {&p};
+    t.timingCodes = {OK, FUNCFAIL, OK};
+    EXPECT_EQ(FUNCFAIL, t.run());
+    EXPECT_EQ(2u, t.combos.size());
+    EXPECT_EQ(2, t.flushes);
+}
+
+TEST_F(LifecycleTest, UndefinedTimingIsAnInternalProblem)
+{
+    ScriptedTest t;
+    t.timingCodes = {UNDEFINED};
+    EXPECT_EQ(FAIL, t.run());
+    EXPECT_NE(std::string::npos,
+              messages().find("-- Internal test problem: runTiming() function returns undefined result\n"));
+}
+
+TEST_F(LifecycleTest, DuplicateParameterSetsWarn)
+{
+    ListParm p("len", {"8", "8"});
+    ScriptedTest t;
+    t.parms = {&p};
+    psSinks table;
+    std::string path = psTestTempPath("lifecycle_dup.csv");
+    table.addStream(path.c_str(), false);
+    g_cstrm.swapSinks(table);
+    psResult r = t.run();
+    g_cstrm.swapSinks(table);
+    std::remove(path.c_str());
+    EXPECT_EQ(DATAWRN, r);
+    EXPECT_NE(std::string::npos, messages().find("-- Warning: duplicate lines in performance table (csv-file)\n"));
+}
+
+// ---------------------------------------------------------------- modes
+
+TEST_F(LifecycleTest, ModesThatMeasureNothing)
+{
+    {
+        psTest::m_cache = true;
+        ScriptedTest t;
+        EXPECT_EQ(UNDEFINED, t.run());
+        EXPECT_TRUE(t.combos.empty());
+        EXPECT_NE(std::string::npos, messages().find("-- Can't run In-Outof-Cache timing: no program support for "
+                                                     "function lumsScripted_8u\n"));
+        psTest::m_cache = false;
+    }
+    {
+        psSession::m_nameExit = true;
+        ScriptedTest t;
+        EXPECT_EQ(OK, t.run());
+        EXPECT_TRUE(t.combos.empty());
+        psSession::m_nameExit = false;
+    }
+}
+
+TEST_F(LifecycleTest, HotOnlyModeSelectsAndMeasuresHotFunctions)
+{
+    psStringList* saved = g_pHotList;
+    psStringList hot;
+    hot.add("lumsHot_8u");
+    g_pHotList = &hot;
+    psTest::m_hot = 2;
+    psConditions none;
+    ScriptedTest cold, warm(quickLoop, "lumsHot_8u");
+    EXPECT_FALSE(cold.tobeRun(none));
+    EXPECT_TRUE(warm.tobeRun(none));
+    EXPECT_TRUE(warm.isHotLine());
+    // A cold test run anyway prepares its data but does not measure it.
+    g_ostrm.setOutLevel(ERR | WARN | PERF);
+    cold.run();
+    EXPECT_TRUE(cold.codes.empty());
+    EXPECT_NE(std::string::npos, messages().find("  measuring is omitted: not hot line\n"));
+    g_pHotList = saved;
+}
+
+// ---------------------------------------------------------------- crashes, traps and exceptions
+
+TEST_F(LifecycleTest, CrashInMeasuredCodeFailsOnlyThatTest)
+{
+    ListParm p("len", {"1", "2"});
+    ScriptedTest crashing(crashingLoop);
+    crashing.parms = {&p};
+    EXPECT_EQ(EXCPTFAIL, crashing.run());
+    EXPECT_NE(std::string::npos, messages().find("--LUM. Signal: Illegal storage access.\n"));
+    EXPECT_EQ(1u, crashing.combos.size());
+    EXPECT_EQ(1, crashing.flushes) << "the interrupted combination's data is still flushed";
+    EXPECT_EQ(ERR | WARN, g_ostrm.getOutLevel());
+
+    ScriptedTest next;
+    EXPECT_EQ(OK, next.run()) << "the session goes on";
+}
+
+TEST_F(LifecycleTest, InvalidOperationGivesABadStatusWarning)
+{
+    ScriptedTest t(invalidOperationLoop);
+    EXPECT_EQ(BADSTSWRN, t.run());
+    EXPECT_EQ((std::vector<psResult>{BADSTSWRN}), t.codes);
+    EXPECT_TRUE(t.badSSXSeen());
+    EXPECT_FALSE(t.badX87Seen());
+    std::string text = messages();
+    EXPECT_NE(std::string::npos, text.find("-- Status    SSX: ?Invalid \n"));
+    EXPECT_NE(std::string::npos, text.find("-- modified control status on test parameters:\n"));
+}
+
+TEST_F(LifecycleTest, UnmaskedExceptionTrapsAndTheEnvironmentIsRestored)
+{
+    const unsigned mxcsr = ps_get_ssx();
+    psSSX::setExceptionValue(4096);
+    ScriptedTest t(invalidOperationLoop);
+    psResult r = t.run();
+    psSSX::setExceptionValue(8064);
+    EXPECT_EQ(EXCPTFAIL, r);
+    EXPECT_NE(std::string::npos,
+              messages().find("--LUM. Signal: FP error, such as overflow, division by zero, invalid operation.\n"));
+    EXPECT_EQ(mxcsr & ~63u, ps_get_ssx() & ~63u) << "the masks are back as they were";
+}
+
+TEST_F(LifecycleTest, ExceptionsAreReported)
+{
+    {
+        ScriptedTest t;
+        t.throwInBegin = true;
+        EXPECT_EQ(EXCPTFAIL, t.run());
+        EXPECT_NE(std::string::npos, messages().find("--LUM. Exception: boom\n"));
+    }
+    {
+        psDefault_NSC<int> len(16, "len", "");
+        ScriptedTest t;
+        t.parms = {&len};
+        g_istrm.data().set("len", "abc");
+        psResult r = t.run();
+        g_istrm.data().clear();
+        EXPECT_EQ(EXCPTFAIL, r);
+        EXPECT_NE(std::string::npos, messages().find("--LUM. Exception: Invalid value of len = abc\n"));
+        EXPECT_TRUE(t.combos.empty()) << "no measurement with a half-translated parameter";
+    }
+}
+
+TEST_F(LifecycleTest, StartAndStopReportsExceptionsAndRestoresTheMask)
+{
+    ListParm p("len", {"1"});
+    ScriptedTest t;
+    t.parms = {&p};
+    t.startAndStop();
+    EXPECT_EQ(1, t.parameters().count()) << "the parameters are registered";
+    t.parameters().clear();
+    t.throwInBegin = true;
+    t.startAndStop();
+    EXPECT_EQ("--LUM. Exception: boom in startAndStop of lumsScripted_8u test\n", messages());
+    EXPECT_EQ(ERR | WARN, g_ostrm.getOutLevel());
+}
+
+// ---------------------------------------------------------------- allocation
+
+TEST_F(LifecycleTest, AllocationAppliesAlignmentAndMutualShift)
+{
+    psTest t(quickLoop, nullptr, "f", "s.cpp", "");
+    psSetVectorAlign(8);
+    psTest::m_vectorNum = 0;
+    psTest::m_vectorShift = 0;
+    void* src = t.allocate(100, -1);
+    void* dst = t.allocate(100, -1);
+    EXPECT_EQ(8u, reinterpret_cast<uintptr_t>(src) % 64) << "the source is misaligned as asked";
+    EXPECT_EQ(0u, reinterpret_cast<uintptr_t>(dst) % 64) << "only the source is misaligned";
+    EXPECT_EQ(2, psTest::m_vectorNum);
+    EXPECT_EQ(1024, psTest::m_vectorShift);
+    psTest::m_vectorShift = 32768 - 512;
+    t.allocate(10, 0);
+    EXPECT_EQ(0, psTest::m_vectorShift) << "the shift wraps before 32768";
+    psSetVectorAlign(0);
+}
+
+// ---------------------------------------------------------------- a real measurement
+
+namespace {
+
+ppVector g_src(pp8u), g_dst(pp8u);
+int g_len = 0;
+int g_firstByteSeen = -1;
+
+int copyCall()
+{
+    std::memcpy(g_dst.data(), g_src.data(), static_cast<size_t>(g_len));
+    return 0;
+}
+
+// Changes its own source: without Set&Use every call would see the previous one's result.
+int incrementCall()
+{
+    g_src.ptr<unsigned char>()[0] += 1;
+    return 0;
+}
+
+class CopyTest : public ppTest {
+public:
+    explicit CopyTest(psCallFunc call) : ppTest(call, nullptr, nullptr, nullptr, "lumsCopy_8u", "test_test.cpp", "Copy//PP_REG") {}
+    bool canStart() override
+    {
+        addParameter(&m_len);
+        return true;
+    }
+    bool initData() override
+    {
+        g_len = m_len.value();
+        return g_src.create(g_len, ppFillRandom) && g_dst.create(g_len, ppFillZero);
+    }
+    void flushData() override
+    {
+        g_firstByteSeen = g_src.ptr<unsigned char>()[0];
+        g_src.deleteData();
+        g_dst.deleteData();
+    }
+    double getDivisor() override { return g_len; }
+    psString getUnit() override { return "e"; }
+
+private:
+    psDefault_NSC<int> m_len{4096, "len", ""};
+};
+
+}  // namespace
+
+TEST_F(LifecycleTest, MemoryCopyIsMeasuredThroughTheWholeLifecycle)
+{
+    g_tool.setMethodAuto();
+    CopyTest t(copyCall);
+    g_ostrm.setOutLevel(ERR | WARN | PERF);
+    psSinks table;
+    std::string path = psTestTempPath("lifecycle_copy.csv");
+    table.addStream(path.c_str(), false);
+    g_cstrm.swapSinks(table);
+    psResult r = t.run();
+    g_cstrm.swapSinks(table);
+    std::string csv = psTestReadFile(path);
+    std::remove(path.c_str());
+
+    EXPECT_LE(r, ACCURWRN) << messages();
+    EXPECT_GT(t.tool().getFuncClocks(), 0.0);
+    EXPECT_EQ(nullptr, g_src.data()) << "data freed after the run";
+    std::string text = messages();
+    EXPECT_NE(std::string::npos, text.find("len=4096 \n"));
+    EXPECT_NE(std::string::npos, text.find("perf="));
+    EXPECT_NE(std::string::npos, text.find("/  4.1e+03=")) << "the divisor in the framework's number format";
+    EXPECT_EQ(0u, csv.find("lumsCopy_8u,4096,-,-,-,-,-,-,-,nLps=")) << csv;
+    EXPECT_NE(std::string::npos, csv.find(",e,"));
+    std::printf("[ measured ] memcpy of 4096 bytes: %.3f clocks per byte\n", t.performance(false));
+}
+
+TEST_F(LifecycleTest, SetAndUseRestoresTheVectorsBeforeEveryCall)
+{
+    // The same random source each time; its first byte is incremented by every call.
+    ppVector pristine(pp8u);
+    ASSERT_TRUE(pristine.create(4096, ppFillRandom));
+    const int first = pristine.ptr<unsigned char>()[0];
+    g_tool.setMethodLoop(50);
+
+    // With Set&Use every one of the 50 timed calls starts from the pristine copy.
+    g_tool.setSetAndUse(true);
+    CopyTest reset(incrementCall);
+    ASSERT_EQ(OK, reset.run());
+    EXPECT_EQ((first + 1) % 256, g_firstByteSeen);
+
+    // Without it the warm-up call and the 50 timed calls accumulate.
+    g_tool.setSetAndUse(false);
+    CopyTest plain(incrementCall);
+    ASSERT_EQ(OK, plain.run());
+    EXPECT_EQ((first + 51) % 256, g_firstByteSeen);
+}
