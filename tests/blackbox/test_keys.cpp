@@ -252,15 +252,6 @@ TEST_F(Keys, KeyHelp)
          "If several -q[<file-name>] keys present in command line then all these files\n"
          "    will be created and filled\n"
          "-q+ key affects only if -r or -R keys are present in command line\n"},
-        {"-hR",
-         "EXTENDED KEY HELP\n-R[<file-name>]  = add PS results to csv-file\n"
-         "This key adds for performance results to table file\n"
-         "If file-name is empty then default file path will be used:\n"
-         "    <default-dir>/<default-name>.csv\n"
-         "    <default-dir> : <exe-file-dir> or -l key argument if any\n"
-         "    <default-name>: <exe-file-name-without-extention> or -n key argument if any\n"
-         "If several -R keys present in command line then all these files will be opened\n"
-         "    and filled\n"},
     };
     for (const auto& c : cases) {
         RunResult r = box.run({c.key});

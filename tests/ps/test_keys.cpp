@@ -1,5 +1,6 @@
-// The key table as the session applies it: the settings each key leaves behind
-// (which the echo lines alone do not show), the argument decoders and the help texts.
+// The key table as the session applies it: the settings each key leaves behind,
+// which the echo lines alone do not show. Echo lines and help texts are checked by
+// the black-box tests.
 #include "console_capture.h"
 #include "keys.h"
 #include "libenv.h"
@@ -43,9 +44,9 @@ protected:
         psPaths::setOutDir("");
         psPaths::setDefName("");
     }
-    // Parses the words as the command line of a program in the temporary folder and
-    // returns what the parse printed.
-    std::string parse(psSession& session, const std::vector<std::string>& args)
+    // Parses the words as the command line of a program in the temporary folder,
+    // keeping the echo out of the test's output.
+    void parse(psSession& session, const std::vector<std::string>& args)
     {
         session.initSession();
         std::vector<std::string> words = {psTestTempPath("keys_perf")};
@@ -54,7 +55,6 @@ protected:
         for (std::string& w : words) argv.push_back(&w[0]);
         ConsoleCapture cap("keys_echo.txt");
         parsed = session.parseCommandLine(static_cast<int>(argv.size()), argv.data());
-        return cap.text();
     }
 
     bool parsed = false;
@@ -148,21 +148,6 @@ TEST_F(SessionKeys, SettingsLeftByKeys)
     }
 }
 
-TEST_F(SessionKeys, EchoHeaderDependsOnTheSource)
-{
-    psSession session;
-    EXPECT_EQ(parse(session, {}), "");
-    EXPECT_EQ(parse(session, {"-B", "-x"}), "Command line options: \n-B: batch mode\n-x: ignored: incorrect option key\n");
-}
-
-TEST_F(SessionKeys, IniFileThatCannotBeWrittenIsFatal)
-{
-    psSession session;
-    std::string out = parse(session, {"-I/nonexistent/dir/p.ini"});
-    EXPECT_FALSE(parsed);
-    EXPECT_NE(out.find("FATAL ERROR: can't open ini-file for writing\n"), std::string::npos) << out;
-}
-
 TEST_F(SessionKeys, KeyTableOrderAndConditionalKeys)
 {
     psSession session;
@@ -176,55 +161,6 @@ TEST_F(SessionKeys, KeyTableOrderAndConditionalKeys)
     ASSERT_NE(session.getOption('S'), nullptr);
     EXPECT_TRUE(session.getOption('S')->hidden);
     EXPECT_EQ(session.getOption('@')->info, nullptr);
-}
-
-TEST(KeyDecoders, AskLevels)
-{
-    const struct {
-        const char* arg;
-        int level;
-        const char* echo;
-    } cases[] = {
-        {"Timing", 1, " timing method"},
-        {"TimingMisalign", 5, " timing method, data misalignment"},
-        {"All", 15, " timing method, common parameters, data misalignment, each test parameters"},
-        {"", 15, " timing method, common parameters, data misalignment, each test parameters"},
-        {"PM", 6, " common parameters, data misalignment"},
-    };
-    for (const auto& c : cases) {
-        EXPECT_EQ(psAskLevel(c.arg), c.level) << c.arg;
-        EXPECT_EQ(psAskText(psAskLevel(c.arg)).str(), c.echo) << c.arg;
-    }
-    EXPECT_EQ(psLevelText(0x57).str(), "errors,warnings,performance results,tracing info,data info");
-    EXPECT_EQ(psLevelText(0x27).str(), "errors,warnings,performance results,memory info");
-}
-
-TEST_F(SessionKeys, HelpDisplays)
-{
-    psSession session;
-    session.initSession();
-    const psList<psOption*>& keys = session.getOptions();
-    psString quick = psHintQuick(keys, true);
-    EXPECT_TRUE(quick.startsWith("QUICK HELP\n-B               = batch mode"));
-    EXPECT_FALSE(quick.contains("-SU"));
-    psString quickAll = psHintQuick(keys, false);
-    EXPECT_TRUE(quickAll.startsWith("QUICK HELP with hidden keys\n"));
-    EXPECT_TRUE(quickAll.contains("-SU              = measure functions with data set & use\n"));
-
-    psString full = psHintFull(keys, false);
-    EXPECT_TRUE(full.contains("\n-C               = run tests with data in cache and out of cache (if that is "
-                              "supported by test)\nThis is hidden key used by developers only\nThis option"));
-    EXPECT_FALSE(psHintFull(keys, true).contains("hidden key used by developers"));
-    // -? has no usage line, so it is not in the extended help.
-    EXPECT_FALSE(full.contains("-?               ="));
-
-    EXPECT_EQ(psHintDescr(keys, 'x').str(), "EXTENDED KEY HELP\nKey -x is not valid\n\nUse -h option to type full key list\n");
-    EXPECT_EQ(psHintDescr(keys, 'e').str(), "EXTENDED KEY HELP\n-e               = enumerate tests and exit\n"
-                                            "No extended description for this key\n\nUse -h option to type full key list\n");
-    EXPECT_TRUE(psHintDescr(keys, '?').startsWith("EXTENDED KEY HELP\nKey -? is deprecated\n-?               = type "
-                                                  "short help with hidden keys and exit\n"));
-    EXPECT_EQ(psFillPlaceholder("a\tb\tc", "X").str(), "aXb\tc");
-    EXPECT_EQ(psFillPlaceholder("none", "X").str(), "none");
 }
 
 }  // namespace
