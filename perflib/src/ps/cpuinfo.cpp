@@ -175,18 +175,22 @@ psString reportLabel(const char* label) { return sFormat(psString(" ") + label, 
 
 // ---------------------------------------------------------------- psCpuFeatures
 
+// A name alone is first taken as a level; in a list of several names each is first
+// taken as a single feature (several names share the spelling of a level).
 Lum64u psCpuFeatures::cpuFeatures(const psString& text)
 {
     psStringList parts;
     if (text.trimmed().parse(parts, "|+ ") == 0) return 0;
+    const bool alone = parts.count() == 1;
     Lum64u mask = 0;
     for (const psString& part : parts) {
-        Lum64u m = 0;
+        Lum64u level = 0, feature = 0;
         for (const FeatureName& l : kLevels)
-            if (sameName(part, l.name)) m = l.mask;
+            if (sameName(part, l.name)) level = l.mask;
         for (const FeatureName& f : kFeatures)
-            if (!m && sameName(part, f.name)) m = f.mask;
-        if (!m && !readMask(part, m)) return 0;
+            if (sameName(part, f.name)) feature = f.mask;
+        Lum64u m = alone ? (level ? level : feature) : (feature ? feature : level);
+        if (!m) readMask(part, m);
         if (!m) return 0;
         mask |= m;
     }

@@ -1,0 +1,159 @@
+// The library environment: fallbacks of the slots, the -T/-N start-up messages
+// through a fake library, the version lines, and the CPU feature names of -T.
+#include "console_capture.h"
+#include "cpuinfo.h"
+#include "libenv.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+// A fake library: every entry reports what it was asked and returns a set status.
+struct FakeLum {
+    static LumStatus setStatus, initStatus, threadStatus;
+    static int initCalls, threads;
+    static Lum64u mask;
+    static LumStatus init()
+    {
+        ++initCalls;
+        return initStatus;
+    }
+    static LumStatus setCpu(Lum64u m)
+    {
+        mask = m;
+        return setStatus;
+    }
+    static LumStatus setThreads(int n)
+    {
+        threads = n;
+        return threadStatus;
+    }
+    static LumStatus getThreads(int* n)
+    {
+        *n = 4;
+        return 0;
+    }
+    static const char* text(LumStatus s) { return s < 0 ? "fake error" : s > 0 ? "fake warning" : "fake ok"; }
+    static void environment()
+    {
+        lum_Init = init;
+        lum_SetCpuFeatures = setCpu;
+        lum_SetNumThreads = setThreads;
+        lum_GetNumThreads = getThreads;
+        lum_GetStatusString = text;
+    }
+};
+LumStatus FakeLum::setStatus, FakeLum::initStatus, FakeLum::threadStatus;
+int FakeLum::initCalls, FakeLum::threads;
+Lum64u FakeLum::mask;
+
+class LibEnv : public ::testing::Test {
+protected:
+    void SetUp() override { psResetLumEnvironment(); }
+    void TearDown() override { psResetLumEnvironment(); }
+};
+
+TEST_F(LibEnv, FallbacksFillEmptySlots)
+{
+    EXPECT_FALSE(psLumEnvironmentRegistered());
+    setLumEnvironment();
+    EXPECT_EQ(lum_Init(), PS_LUM_NO_LIBRARY);
+    EXPECT_EQ(lum_SetCpuFeatures(1), PS_LUM_NO_LIBRARY);
+    EXPECT_EQ(lum_GetEnabledCpuFeatures(), 0u);
+    EXPECT_STREQ(lum_GetStatusString(-5), "Error");
+    EXPECT_STREQ(lum_GetStatusString(3), "Warning");
+    EXPECT_STREQ(lum_GetStatusString(0), "OK");
+    int size = -1;
+    LumStatus st = lum_GetMaxCacheSizeB(&size);
+    EXPECT_TRUE((st == 0 && size > 0) || ((st == 36 || st == 37) && size == 0)) << st << " " << size;
+}
+
+TEST_F(LibEnv, StartUpMessagesThroughTheLibrary)
+{
+    const struct {
+        Lum64u cpu;
+        int threads;
+        LumStatus setStatus, initStatus, threadStatus;
+        std::string expected;
+    } cases[] = {
+        {0, 0, 0, 0, 0, "\n--calling lumGetNumThreads: numThreads = 4\n"},
+        {lumCpuFeatureSSE2, 2, 0, 0, 0,
+         "\n--calling lumSetCpuFeatures( lumCpuFeaturesSSE2=1 )\n--status = lumStsNoErr\n"
+         "\n--calling lumGetNumThreads: numThreads = 4\n--calling lumSetNumThreads( 2 )\n--status = lumStsNoErr\n"},
+        {lumCpuFeatureSSE2, 0, -8, -1, 0,
+         "\n--calling lumSetCpuFeatures( lumCpuFeaturesSSE2=1 )\n--LUM ERROR. status = -8: fake error\n"
+         "--calling lumInit()\n--LUM ERROR. status = -1: fake error\n"
+         "\n--calling lumGetNumThreads: numThreads = 4\n"},
+        {lumCpuFeatureSSE2, 3, 2, 0, -3,
+         "\n--calling lumSetCpuFeatures( lumCpuFeaturesSSE2=1 )\n--LUM WARNING. status = 2: fake warning\n"
+         "\n--calling lumGetNumThreads: numThreads = 4\n--calling lumSetNumThreads( 3 )\n"
+         "--LUM ERROR. status = -3: fake error\n"},
+    };
+    for (const auto& c : cases) {
+        psResetLumEnvironment();
+        psRegLumEnvironment(FakeLum::environment);
+        FakeLum::setStatus = c.setStatus;
+        FakeLum::initStatus = c.initStatus;
+        FakeLum::threadStatus = c.threadStatus;
+        FakeLum::initCalls = 0;
+        setLumEnvironment();
+        s_cpuFeature = c.cpu;
+        s_numThreads = c.threads;
+        ConsoleCapture cap("libenv.txt");
+        g_ostrm.setOutLevel(ERR | WARN | PERF);
+        psApplyLumSettings();
+        const std::string integrated = "\nLUM Core library functions have been integrated into PS\n";
+        EXPECT_EQ(cap.text(), c.expected + integrated);
+        // lumInit runs silently without -T, and after a refused mask.
+        EXPECT_EQ(FakeLum::initCalls, (c.cpu == 0 || c.setStatus < 0) ? 1 : 0);
+    }
+}
+
+TEST_F(LibEnv, RepeatedVersionsGiveOneLine)
+{
+    static const LumLibraryVersion version = {9, 0, 0, 1, "px", "lumdc", "9.0.0", "Jan 01 2026"};
+    auto fn = []() -> const LumLibraryVersion* { return &version; };
+    for (int i = 0; i < 7; ++i) psRegLumVersion(fn);
+    ConsoleCapture cap("libinfo.txt");
+    g_ostrm.setOutLevel(ERR | WARN | PERF);
+    setLumLibInfo();
+    ASSERT_NE(g_pLibInfoList, nullptr);
+    ASSERT_EQ(g_pLibInfoList->count(), 1);
+    EXPECT_EQ(g_pLibInfoList->front().str(), "lumdc, 9.0.0, Jan 01 2026");
+    EXPECT_FALSE(psRegLibInfo("lumdc, 9.0.0, Jan 01 2026"));
+    EXPECT_TRUE(psRegLibInfo("other"));
+    EXPECT_EQ(cap.text(), "LUM libraries information has been set into PS\n");
+}
+
+TEST(CpuFeatures, NamesAndLabels)
+{
+    const Lum64u avx2Level = psCpuFeatures::cpuFeatures("AVX2");
+    ASSERT_NE(avx2Level, 0u);
+    EXPECT_NE(avx2Level, lumCpuFeatureAVX2);  // a level is a cumulative mask
+    const struct {
+        const char* text;
+        Lum64u mask;
+    } cases[] = {
+        {"SSE2", lumCpuFeatureSSE2},
+        {"sse2", lumCpuFeatureSSE2},
+        {"SSE2|AVX", lumCpuFeatureSSE2 | lumCpuFeatureAVX},
+        {"SSE2+AVX2", lumCpuFeatureSSE2 | lumCpuFeatureAVX2},
+        {"avx2", avx2Level},
+        {"0x3", 3},
+        {"SSE2|bogus", 0},
+        {"", 0},
+        {"0", 0},
+    };
+    for (const auto& c : cases) EXPECT_EQ(psCpuFeatures::cpuFeatures(c.text), c.mask) << c.text;
+
+    EXPECT_EQ(psCpuFeatures::cpuLabel(avx2Level).str(), "AVX2");
+    EXPECT_EQ(psCpuFeatures::cpuLabel(lumCpuFeatureSSE2 | lumCpuFeatureAVX).str(), "SSE2|AVX");
+    EXPECT_EQ(psCpuFeatures::cpuLabel(lumCpuFeatureSSE2 | (Lum64u(1) << 40)).str(), "SSE2|0x10000000000");
+    EXPECT_EQ(psCpuFeatures::levelOf(avx2Level | lumCpuFeatureAVX512F).str(), "AVX2");
+    EXPECT_EQ(psCpuFeatures::levelOf(0).str(), "");
+    // Every level appears in the list that -hT shows.
+    psString list = psCpuFeatures::optimizedList();
+    for (const char* level : {"SSE2", "SSE42", "AVX2"}) EXPECT_TRUE(list.contains(level)) << level;
+}
+
+}  // namespace
