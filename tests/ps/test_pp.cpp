@@ -80,7 +80,11 @@ TEST(PpFunc, TestsCompareThroughTheirDescriptors)
 
 class PpVectorTest : public ::testing::Test {
 protected:
-    void TearDown() override { psFreeAll(); }
+    void TearDown() override
+    {
+        while (void* p = psMallocFirst(nullptr, nullptr)) psFree(p);
+        psFreeAll();
+    }
 };
 
 TEST_F(PpVectorTest, TypesHaveNamesAndSizes)
