@@ -70,7 +70,7 @@ TEST_F(SessionKeys, SettingsLeftByKeys)
         std::vector<std::string> args;
         std::function<void(psSession&)> check;
     } cases[] = {
-        {{}, [](psSession& s) { EXPECT_EQ(s.askMode, 3); }},
+        {{"-kand"}, [](psSession& s) { EXPECT_EQ(s.askMode, 3); }},
         {{"-ATiming", "-AMisalign"}, [](psSession& s) { EXPECT_EQ(s.askMode, 5); }},
         {{"-B", "-ATiming"}, [](psSession& s) { EXPECT_EQ(s.askMode, 0); }},
         {{"-A"}, [](psSession& s) { EXPECT_EQ(s.askMode, 15); }},
@@ -146,6 +146,22 @@ TEST_F(SessionKeys, SettingsLeftByKeys)
         c.check(session);
         TearDown();
     }
+}
+
+// A program may compile in a command line; it is used when there are no arguments
+// and no .cfg file. (It stays registered for the rest of this test program.)
+TEST_F(SessionKeys, ForcedCommandLine)
+{
+    psRegCmdLine("-kor");
+    psRegCmdLine("-s-");
+    EXPECT_EQ(psForcedCmdLine().str(), " -kor -s-");
+    psSession session;
+    parse(session, {});
+    EXPECT_EQ(session.conditions.logic, COND_OR);
+    EXPECT_TRUE(session.quickMode);
+    psSession withArgs;
+    parse(withArgs, {"-B"});
+    EXPECT_EQ(withArgs.conditions.logic, COND_AND);
 }
 
 TEST_F(SessionKeys, KeyTableOrderAndConditionalKeys)
