@@ -3,6 +3,7 @@
 #include "results.h"
 
 #include "console_capture.h"
+#include "../pstool/unique_name.h"
 #include "parameter.h"
 #include "table.h"
 #include "test.h"
@@ -155,8 +156,8 @@ TEST_F(ResultsTest, OutputResultWritesAtTheLevelOfItsCode)
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.code);
-        ConsoleCapture out("results_output.txt");
-        TableCapture table("results_table.csv");
+        ConsoleCapture out(uniqueName("results_output.txt"));
+        TableCapture table(uniqueName("results_table.csv"));
         g_ostrm.setOutLevel(c.mask);
         test.outputResult(c.code);
         EXPECT_EQ(c.console, out.text());
@@ -171,7 +172,7 @@ TEST_F(ResultsTest, TableLineHasFunctionParametersAndResultCells)
     psDefault_NSC<psString> file(psString("book1"), "file", "");
     test.addParameter(&len);
     test.addParameter(&file);
-    TableCapture table("results_line.csv");
+    TableCapture table(uniqueName("results_line.csv"));
     test.putTableResult(OK);
     // Time (usec) is the clocks of one call over the frequency in MHz.
     EXPECT_EQ("lumsDemo_8u,64,book1,-,-,-,-,-,-,nLps=10,123,e,12.3,-\n", table.text());
@@ -184,13 +185,13 @@ TEST_F(ResultsTest, HotMarkAppearsOnlyWhenTheTitleHasItsColumn)
     hot.add("lumsDemo_8u");
     g_pHotList = &hot;
     {
-        TableCapture table("results_hot5.csv");
+        TableCapture table(uniqueName("results_hot5.csv"));
         test.putTableResult(OK);
         EXPECT_EQ("lumsDemo_8u,-,-,-,-,-,-,-,-,nLps=10,123,e,12.3,-\n", table.text());
     }
     {
         psTest::m_numResultColm = 6;
-        TableCapture table("results_hot6.csv");
+        TableCapture table(uniqueName("results_hot6.csv"));
         test.putTableResult(OK);
         EXPECT_EQ("lumsDemo_8u,-,-,-,-,-,-,-,-,nLps=10,123,e,12.3,-,Hot\n", table.text());
     }
@@ -202,8 +203,8 @@ TEST_F(ResultsTest, DeprecatedValuesGiveAPostponedSecondLine)
     psDefault_NSC<int> len(64, "len", "");
     len.addDeprecated(64, "L64");
     test.addParameter(&len);
-    TableCapture table("results_deprecated.csv");
-    ConsoleCapture out("results_deprecated.txt");
+    TableCapture table(uniqueName("results_deprecated.csv"));
+    ConsoleCapture out(uniqueName("results_deprecated.txt"));
     g_ostrm.setOutLevel(ERR);
     test.outputResult(OK);
     EXPECT_EQ("lumsDemo_8u,64,-,-,-,-,-,-,-,nLps=10,123,e,12.3,-\n", table.text());
@@ -218,7 +219,7 @@ TEST_F(ResultsTest, NameLineListsTheParameterNames)
 {
     psDefault_NSC<int> len(64, "len", "");
     test.addParameter(&len);
-    TableCapture table("results_names.csv");
+    TableCapture table(uniqueName("results_names.csv"));
     test.putTableNameLine();
     EXPECT_EQ("lumsDemo_8u,len,-,-,-,-,-,-,-,parmNames,-,-,-,-\n", table.text());
 }

@@ -5,6 +5,7 @@
 
 #include "conditions.h"
 #include "console_capture.h"
+#include "../pstool/unique_name.h"
 #include "fpguard.h"
 #include "memory.h"
 #include "parameter.h"
@@ -154,7 +155,7 @@ protected:
         psTest::m_hot = 0;
         psTest::m_cache = false;
         psSession::m_nameExit = false;
-        out = new ConsoleCapture("lifecycle.txt");
+        out = new ConsoleCapture(uniqueName("lifecycle.txt"));
         g_ostrm.setOutLevel(ERR | WARN);
     }
     void TearDown() override
@@ -224,7 +225,7 @@ TEST_F(LifecycleTest, DataProblemsFailTheRun)
         t.parms = {&p};
         t.startOk = c.startOk;
         t.initOk = c.initOk;
-        ConsoleCapture local("lifecycle_data.txt");
+        ConsoleCapture local(uniqueName("lifecycle_data.txt"));
         g_ostrm.setOutLevel(ERR);
         EXPECT_EQ(DATAFAIL, t.run());
         EXPECT_EQ(c.combos, static_cast<int>(t.combos.size()));
@@ -276,7 +277,7 @@ TEST_F(LifecycleTest, DuplicateParameterSetsWarn)
     ScriptedTest t;
     t.parms = {&p};
     psSinks table;
-    std::string path = psTestTempPath("lifecycle_dup.csv");
+    std::string path = psTestTempPath(uniqueName("lifecycle_dup.csv"));
     table.addStream(path.c_str(), false);
     g_cstrm.swapSinks(table);
     psResult r = t.run();
@@ -487,7 +488,7 @@ TEST_F(LifecycleTest, MemoryCopyIsMeasuredThroughTheWholeLifecycle)
     CopyTest t(copyCall);
     g_ostrm.setOutLevel(ERR | WARN | PERF);
     psSinks table;
-    std::string path = psTestTempPath("lifecycle_copy.csv");
+    std::string path = psTestTempPath(uniqueName("lifecycle_copy.csv"));
     table.addStream(path.c_str(), false);
     g_cstrm.swapSinks(table);
     psResult r = t.run();

@@ -171,21 +171,3 @@ TEST_F(FpGuardTest, UnmaskedX87ZeroDivideTrapsAndMaskedOnlyFlags)
     EXPECT_STREQ("?Zerodivide ", g_ctrl87.strSW());
     EXPECT_TRUE(g_ctrl87.badStatus());
 }
-
-TEST_F(FpGuardTest, UnmaskedSseExceptionsTrapAfterInit)
-{
-    psSSX::setExceptionValue(4096);  // what -W asks for: only inexact masked
-    g_ssx.init();
-    EXPECT_EQ(fpSignal, trapMessage(sseInvalid));
-    // Masked again, the same operation only raises the flag.
-    psSSX::setExceptionValue(8064);
-    g_ssx.init();
-    EXPECT_EQ("", trapMessage(sseInvalid));
-}
-
-TEST_F(FpGuardTest, VectorRegisterFillLeavesNoFlag)
-{
-    ps_set_ssx(0, 63);
-    ps_destroy_ssx();
-    EXPECT_EQ(0u, ps_get_ssx() & 63u);
-}

@@ -3,6 +3,7 @@
 #include "timing.h"
 
 #include "../ps/console_capture.h"
+#include "unique_name.h"
 #include "fpguard.h"
 
 #include <gtest/gtest.h>
@@ -129,7 +130,7 @@ TEST_F(TimingTest, AutoScalesThePriorMeasurementAndStopsWhenTwoResultsAgree)
 TEST_F(TimingTest, ZeroClocksAreRetriedOnceThenTheAutoMethodFails)
 {
     g_s.perLoop = [](int, int) { return 0.0; };
-    ConsoleCapture out("timing_zero.txt");
+    ConsoleCapture out(uniqueName("timing_zero.txt"));
     g_ostrm.setOutLevel(ERR | INFO);
     EXPECT_EQ(ACCURFAIL, tool.timing(loopKernel, nullptr, nullptr, nullptr));
     EXPECT_EQ((std::vector<int>{1, 1, 10, 10}), g_s.counts);
@@ -191,43 +192,39 @@ TEST_F(TimingTest, UnstableClocksEndInAnAccuracyWarning)
     EXPECT_EQ(2048 * 128, largestLoopCount());
 }
 
-TEST_F(TimingTest, BadStatusIsAvoidedByHalvingTheLoops)
+TEST_F(TimingTest, BadStatusIsAvoidedByHalvingTheLoopsWhenInitCallsAreOn)
 {
     struct Case {
+        bool callInit;
         int firstBadLoops;
-        const char* verdict;
-        psResult result;
+        std::vector<int> loops;
+        const char* verdict;  // null: no attempt
+        bool stillBad;        // what is still bad stays for the test to report
     };
+    // Prior 1 and 256; the iteration at 1024 raises the flag; the attempt repeats at 512.
     const Case cases[] = {
-        {513, "-- Attempt is successful\n", OK},
-        {512, "-- Attempt fails: Bad control status repeats.\n", OK},
+        {true, 513, {1, 256, 1024, 512, 512, 512, 512, 512}, "-- Attempt is successful\n", false},
+        {true, 512, {1, 256, 1024, 512, 512, 512, 512, 512}, "-- Attempt fails: Bad control status repeats.\n", true},
+        {false, 1024, {1, 256, 1024}, nullptr, true},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.firstBadLoops);
         SetUp();
         psTool t;
-        t.setCallInit(true);
+        t.setCallInit(c.callInit);
         g_s.raiseInvalid = [&c](int n) { return n >= c.firstBadLoops; };
-        ConsoleCapture out("timing_badstatus.txt");
+        ConsoleCapture out(uniqueName("timing_badstatus.txt"));
         g_ostrm.setOutLevel(ERR | WARN);
-        EXPECT_EQ(c.result, t.timing(loopKernel, nullptr, nullptr, nullptr));
-        // Prior 1 and 256, the iteration at 1024 raises the flag, then five repeats at 512.
-        EXPECT_EQ((std::vector<int>{1, 256, 1024, 512, 512, 512, 512, 512}), g_s.counts);
-        EXPECT_EQ(512, t.getCurLoops());
+        EXPECT_EQ(OK, t.timing(loopKernel, nullptr, nullptr, nullptr));
+        EXPECT_EQ(c.loops, g_s.counts);
         std::string text = out.text();
-        EXPECT_NE(std::string::npos, text.find("-- Status    SSX: ?Invalid \n"));
-        EXPECT_NE(std::string::npos, text.find("-- Attempting to avoid bad control status\n"));
-        EXPECT_NE(std::string::npos, text.find(c.verdict));
-        EXPECT_EQ(c.firstBadLoops <= 512, psTool::badCtrlStatus());
+        EXPECT_EQ(c.verdict != nullptr, text.find("-- Status    SSX: ?Invalid \n") != std::string::npos);
+        EXPECT_EQ(c.verdict != nullptr, text.find("-- Attempting to avoid bad control status\n") != std::string::npos);
+        if (c.verdict) {
+            EXPECT_NE(std::string::npos, text.find(c.verdict));
+        }
+        EXPECT_EQ(c.stillBad, psTool::badCtrlStatus());
     }
-}
-
-TEST_F(TimingTest, BadStatusIsOnlyWatchedWhenInitCallsAreOn)
-{
-    g_s.raiseInvalid = [](int n) { return n >= 1024; };
-    EXPECT_EQ(OK, tool.timing(loopKernel, nullptr, nullptr, nullptr));
-    EXPECT_EQ((std::vector<int>{1, 256, 1024}), g_s.counts);
-    EXPECT_TRUE(psTool::badCtrlStatus()) << "the status stays for the test to report";
 }
 
 // ---------------------------------------------------------------- Manual and Statistic
@@ -235,7 +232,7 @@ TEST_F(TimingTest, BadStatusIsOnlyWatchedWhenInitCallsAreOn)
 TEST_F(TimingTest, ManualAndStatisticFallBackOnEachOther)
 {
     {
-        ConsoleCapture out("timing_fallback1.txt");
+        ConsoleCapture out(uniqueName("timing_fallback1.txt"));
         g_ostrm.setOutLevel(ERR);
         tool.setMethodLoop(7);
         EXPECT_EQ(OK, tool.timing(nullptr, statKernel, nullptr, nullptr));
@@ -249,7 +246,7 @@ TEST_F(TimingTest, ManualAndStatisticFallBackOnEachOther)
     }
     SetUp();
     {
-        ConsoleCapture out("timing_fallback2.txt");
+        ConsoleCapture out(uniqueName("timing_fallback2.txt"));
         g_ostrm.setOutLevel(ERR);
         tool.setMethodStat(12, 5000);
         EXPECT_EQ(OK, tool.timing(loopKernel, nullptr, nullptr, nullptr));
@@ -265,7 +262,7 @@ TEST_F(TimingTest, ManualAndStatisticFallBackOnEachOther)
 
 TEST_F(TimingTest, ManualLogsItsStepsAtTheProcessLevel)
 {
-    ConsoleCapture out("timing_manual.txt");
+    ConsoleCapture out(uniqueName("timing_manual.txt"));
     g_ostrm.setOutLevel(ERR | INFO);
     tool.setMethodLoop(10);
     // The first measurement reports nothing and is repeated once.
@@ -277,15 +274,6 @@ TEST_F(TimingTest, ManualLogsItsStepsAtTheProcessLevel)
               "        funcClocks = 70\n"
               "        result     = successfully\n",
               out.text());
-}
-
-TEST_F(TimingTest, StatisticPassesItsMinimumsToTheKernel)
-{
-    tool.setMethodStat(12, 10000);
-    EXPECT_EQ(OK, tool.timing(nullptr, statKernel, nullptr, nullptr));
-    EXPECT_EQ((std::vector<int>{12}), g_s.counts);
-    EXPECT_EQ((std::vector<long long>{10000}), g_s.minClocks);
-    EXPECT_EQ(0.0, tool.getAchievedAccuracy());
 }
 
 // ---------------------------------------------------------------- kernels built from a call function
@@ -320,27 +308,26 @@ TEST_F(TimingTest, CallFunctionIsLoopedAndTimedByTheEngine)
 
 TEST_F(TimingTest, LibraryStatusesAreConvertedAndAnErrorStopsEarly)
 {
-    psTool::m_pCheckStatus = negativeIsFuncFail;
-    tool.setMethodLoop(5);
-    // A failing warm-up call ends the measurement before timing.
-    g_s.statuses = {-3};
-    EXPECT_EQ(FUNCFAIL, tool.timing(nullptr, nullptr, callFunc, nullptr));
-    EXPECT_EQ(1, g_s.calls);
-    EXPECT_STREQ("lib function error", tool.getStatus());
-
-    // A warning on the second timed call is kept although later calls are clean.
-    SetUp();
-    psTool::m_pCheckStatus = negativeIsFuncFail;
-    g_s.statuses = {0, 0, 2, 0, 0, 0};
-    EXPECT_EQ(FUNCWRN, tool.timing(nullptr, nullptr, callFunc, nullptr));
-    EXPECT_EQ(6, g_s.calls);
-
-    // An error inside the timed loop ends it at once.
-    SetUp();
-    psTool::m_pCheckStatus = negativeIsFuncFail;
-    g_s.statuses = {0, 0, -1, 0, 0, 0};
-    EXPECT_EQ(FUNCFAIL, tool.timing(nullptr, nullptr, callFunc, nullptr));
-    EXPECT_EQ(3, g_s.calls);
+    struct Case {
+        std::vector<int> statuses;  // warm-up call first, then 5 timed calls
+        psResult result;
+        int calls;
+    };
+    const Case cases[] = {
+        {{-3}, FUNCFAIL, 1},                // a failing warm-up ends it before timing
+        {{0, 0, 2, 0, 0, 0}, FUNCWRN, 6},   // a warning is kept although later calls are clean
+        {{0, 0, -1, 0, 0, 0}, FUNCFAIL, 3}, // an error ends the timed loop at once
+    };
+    for (const Case& c : cases) {
+        SetUp();
+        psTool t;
+        psTool::m_pCheckStatus = negativeIsFuncFail;
+        t.setMethodLoop(5);
+        g_s.statuses = c.statuses;
+        EXPECT_EQ(c.result, t.timing(nullptr, nullptr, callFunc, nullptr));
+        EXPECT_EQ(c.calls, g_s.calls);
+        EXPECT_STREQ(psResultLongWord(c.result), t.getStatus());
+    }
 }
 
 TEST_F(TimingTest, SetAndUseResetsTheVectorsBeforeEveryTimedCall)
@@ -370,7 +357,7 @@ TEST_F(TimingTest, CustomFunctionStoresItsOwnClocks)
 TEST_F(TimingTest, MissingEntryPointsAndUnknownMethodsAreInternalErrors)
 {
     {
-        ConsoleCapture out("timing_none.txt");
+        ConsoleCapture out(uniqueName("timing_none.txt"));
         g_ostrm.setOutLevel(ERR);
         EXPECT_EQ(FAIL, tool.timing(nullptr, nullptr, nullptr, nullptr));
         EXPECT_EQ(" Internal test problem: The test cannot execute standard timing.\n"
@@ -378,7 +365,7 @@ TEST_F(TimingTest, MissingEntryPointsAndUnknownMethodsAreInternalErrors)
                   out.text());
     }
     {
-        ConsoleCapture out("timing_method.txt");
+        ConsoleCapture out(uniqueName("timing_method.txt"));
         g_ostrm.setOutLevel(ERR);
         tool.setMethod(7);
         EXPECT_EQ(FAIL, tool.timing(loopKernel, nullptr, nullptr, nullptr));
@@ -391,7 +378,7 @@ TEST_F(TimingTest, MissingEntryPointsAndUnknownMethodsAreInternalErrors)
 
 // ---------------------------------------------------------------- settings and texts
 
-TEST_F(TimingTest, MethodSettersNormaliseTheirArguments)
+TEST_F(TimingTest, SettersNormaliseTheirArgumentsAndTheLoopFactorLimitsAuto)
 {
     int start = 0, stop = 0;
     long long clocks = 0;
@@ -399,9 +386,6 @@ TEST_F(TimingTest, MethodSettersNormaliseTheirArguments)
     ASSERT_TRUE(tool.getMethodBest(start, stop, clocks));
     EXPECT_EQ(1, start);
     EXPECT_EQ(8, stop);
-    EXPECT_EQ(300, clocks);
-    EXPECT_FALSE(tool.getMethodLoop(start));
-
     tool.setMethodLoop(0);
     ASSERT_TRUE(tool.getMethodLoop(start));
     EXPECT_EQ(1, start);
@@ -413,11 +397,9 @@ TEST_F(TimingTest, MethodSettersNormaliseTheirArguments)
         EXPECT_EQ(f[1], start) << f[0];
         EXPECT_EQ(f[2], stop) << f[0];
     }
-}
-
-TEST_F(TimingTest, LoopFactorLimitsTheAutoLoops)
-{
-    tool.setLoopFactor(2);  // no start override, stop 512
+    // Factor 2: Auto starts at 1 loop and stops at 512 (times the prior factor).
+    tool.setMethodAuto();
+    tool.setLoopFactor(2);
     g_s.perLoop = alternating;
     EXPECT_EQ(ACCURWRN, tool.timing(loopKernel, nullptr, nullptr, nullptr));
     EXPECT_EQ(1, g_s.counts.front());
