@@ -24,6 +24,7 @@
 #include <cstdint>
 #include <cstring>
 #include <functional>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -112,6 +113,10 @@ public:
     {
         if (throwInBegin) throw psException(psString("boom"));
     }
+    void flushStart() override
+    {
+        if (throwStdInFlushStart) throw std::runtime_error("vector too long");
+    }
     bool canStart() override
     {
         for (psParameter* p : parms) addParameter(p);
@@ -136,6 +141,7 @@ public:
     bool startOk = true;
     bool initOk = true;
     bool throwInBegin = false;
+    bool throwStdInFlushStart = false;
     std::vector<psResult> timingCodes;  // codes runTiming returns per combination (empty: measure)
     std::vector<std::string> combos;
     std::vector<psResult> codes;
@@ -385,6 +391,13 @@ TEST_F(LifecycleTest, ExceptionsAreReported)
         t.throwInBegin = true;
         EXPECT_EQ(EXCPTFAIL, t.run());
         EXPECT_NE(std::string::npos, messages().find("--LUM. Exception: boom\n"));
+    }
+    {
+        ScriptedTest t;
+        t.throwStdInFlushStart = true;
+        EXPECT_EQ(EXCPTFAIL, t.run()) << "after a clean measurement";
+        EXPECT_EQ((std::vector<psResult>{OK}), t.codes);
+        EXPECT_NE(std::string::npos, messages().find("--LUM. Exception: vector too long\n"));
     }
     {
         psDefault_NSC<int> len(16, "len", "");

@@ -18,6 +18,9 @@
 #include "fpguard.h"
 #include "ticker.h"
 
+#include <cstring>
+#include <exception>
+
 psResult psTest::m_currentResult = UNDEFINED;
 int psTest::m_hot = 0;
 bool psTest::m_cache = false;
@@ -67,21 +70,42 @@ void recoverFromTrap()
     g_cstrm.tableFlush();
 }
 
+// Keeps the trap context of an enclosing guarded region and gives it back when
+// the inner region ends, so that arming never leaves a dead frame behind.
+class TrapKeeper {
+public:
+    TrapKeeper() { std::memcpy(&m_saved, &tsSignal::m_jmpbuf, sizeof m_saved); }
+    ~TrapKeeper() { std::memcpy(&tsSignal::m_jmpbuf, &m_saved, sizeof m_saved); }
+    TrapKeeper(const TrapKeeper&) = delete;
+    TrapKeeper& operator=(const TrapKeeper&) = delete;
+
+private:
+    sigjmp_buf m_saved;
+};
+
+void failRun(const char* message)
+{
+    recoverFromTrap();
+    g_ostrm << ERR << message << "\n" << END_MSG_FLUSH;
+    psTest::m_currentResult = psMaxResult(psTest::m_currentResult, EXCPTFAIL);
+}
+
 // Runs one step of the test with the signal trap armed; a trapped signal or a
-// thrown psException is printed at the error level and fails the run.
+// thrown exception is printed at the error level and fails the run.
 template <class Step>
 bool guarded(Step&& step)
 {
+    TrapKeeper keeper;
     try {
         PS_ARM_SIGNAL_TRAP();
         step();
         return true;
     } catch (const psException& e) {
-        recoverFromTrap();
-        g_ostrm << ERR << e.msg() << "\n" << END_MSG_FLUSH;
-        psTest::m_currentResult = psMaxResult(psTest::m_currentResult, EXCPTFAIL);
-        return false;
+        failRun(e.msg());
+    } catch (const std::exception& e) {
+        failRun((psString("--LUM. Exception: ") + e.what()).c_str());
     }
+    return false;
 }
 
 }  // namespace
@@ -368,6 +392,7 @@ void psTest::startAndStop()
 {
     const OutputLevel mask = g_ostrm.getOutLevel();
     g_ostrm.setOutLevel(1);
+    TrapKeeper keeper;
     try {
         PS_ARM_SIGNAL_TRAP();
         beginTest();
@@ -376,6 +401,9 @@ void psTest::startAndStop()
         endTest();
     } catch (const psException& e) {
         g_ostrm << ERR << e.msg() << " in startAndStop of " << m_funcName << " test\n" << END_MSG;
+    } catch (const std::exception& e) {
+        g_ostrm << ERR << "--LUM. Exception: " << e.what() << " in startAndStop of " << m_funcName << " test\n"
+                << END_MSG;
     }
     g_ostrm.setOutLevel(mask);
 }
