@@ -1,0 +1,153 @@
+// The ini file: reading with comments, sections, merges and bare names; writing
+// back without overwriting; and the -i / -I flow through the input stream.
+#include "inifile.h"
+
+#include "console_capture.h"
+#include "parameter.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <fstream>
+#include <string>
+
+namespace {
+
+class IniFileTest : public ::testing::Test {
+protected:
+    void SetUp() override
+    {
+        path = psTestTempPath("inifile_test.ini");
+        std::remove(path.c_str());
+    }
+    void TearDown() override { std::remove(path.c_str()); }
+
+    void put(const std::string& text) const
+    {
+        FILE* f = std::fopen(path.c_str(), "wb");
+        ASSERT_NE(nullptr, f);
+        std::fputs(text.c_str(), f);
+        std::fclose(f);
+    }
+    std::string content() const { return psTestReadFile(path); }
+
+    std::string path;
+};
+
+}  // namespace
+
+TEST_F(IniFileTest, ReadsLinesSectionsAndComments)
+{
+    put("len=5\n"
+        "// a whole-line comment\n"
+        "[ Perf System ]\n"
+        "len = 64 // bytes\n"
+        "len=2\n"
+        "  \t\n"
+        "flag\n"
+        "[abc\n"
+        "path = a//b\n"
+        "[F]\r\n"
+        "n=1\r\n"
+        "[Perf System]\n"
+        "later = yes\n");
+    psIniFile ini;
+    ASSERT_TRUE(ini.open(path.c_str(), false));
+    struct Case {
+        const char* section;
+        const char* name;
+        const char* value;
+        bool exists;
+    };
+    const Case cases[] = {
+        {"Perf System", "len", "64", true},  // first occurrence wins; comment cut
+        {"Perf System", "later", "yes", true},  // second part of the section merged in
+        {"Perf System", "flag", "", true},      // bare name: present, no value
+        {"Perf System", "[abc", "", true},      // no closing bracket: a bare name
+        {"Perf System", "path", "a", true},     // the comment begins at the first //
+        {"F", "n", "1", true},                  // carriage returns dropped
+        {"Perf System", "n", "", false},
+        {"Nowhere", "len", "", false},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(std::string(c.section) + "/" + c.name);
+        EXPECT_EQ(c.value, std::string(ini.read(c.section, c.name)));
+        EXPECT_EQ(c.exists, ini.valueExist(c.section, c.name));
+    }
+    ASSERT_EQ(2, ini.sections().count());
+    EXPECT_EQ("Perf System", std::string(ini.sections().front().name)) << "values before any section are dropped";
+    EXPECT_EQ(5, ini.getSectionValues("Perf System")->count());
+    EXPECT_FALSE(ini.isModified());
+}
+
+TEST_F(IniFileTest, WritesNewEntriesOnlyAndRewritesOnlyWhenModified)
+{
+    const std::string original = "[Perf System]\nlen = 64 // hand-written\n";
+    put(original);
+    {
+        psIniFile ini;
+        ASSERT_TRUE(ini.open(path.c_str(), true));
+        ini.write("Perf System", "len", "128", "len = 128");
+        ini.write("Perf System");
+        EXPECT_FALSE(ini.isModified());
+        EXPECT_EQ("64", std::string(ini.read("Perf System", "len")));
+    }
+    EXPECT_EQ(original, content()) << "an unmodified file is left as it was";
+
+    {
+        psIniFile ini;
+        ASSERT_TRUE(ini.open(path.c_str(), true));
+        ini.write("Perf System", "Method", "Auto", "Method = Auto");
+        ini.write("crc32", "bare");
+        ini.write("crc32", "", "x", "ignored");
+        ini.write("empty");
+    }
+    EXPECT_EQ("\n[Perf System]\nlen=64\nMethod=Auto\t// Method = Auto\n"
+              "\n[crc32]\nbare\n"
+              "\n[empty]\n",
+              content());
+
+    {
+        psIniFile ini;
+        ASSERT_TRUE(ini.open(path.c_str(), true));
+        ini.deleteKey("Perf System", "len");
+        ini.eraseSection("crc32");
+        ini.deleteKey("none", "x");
+    }
+    EXPECT_EQ("\n[Perf System]\nMethod=Auto\n\n[empty]\n", content());
+}
+
+TEST_F(IniFileTest, MissingOrUnwritableFiles)
+{
+    {
+        ConsoleCapture out("inifile_missing.txt");
+        g_ostrm.setOutLevel(ERR);
+        psIniFile ini;
+        EXPECT_FALSE(ini.open(path.c_str(), false));
+        EXPECT_EQ(0u, out.text().find("-- Can't open file " + path + " to read: "));
+    }
+    {
+        psIniFile ini;
+        EXPECT_TRUE(ini.open(path.c_str(), true)) << "-I creates the file";
+        EXPECT_TRUE(std::ifstream(path).good());
+        EXPECT_EQ("", content());
+    }
+    psIniFile ini;
+    EXPECT_FALSE(ini.open(psTestTempPath("no_such_dir/x.ini").c_str(), true));
+}
+
+TEST_F(IniFileTest, InputStreamReadsAndRecordsParameters)
+{
+    put("[Perf System]\nlen=32\n");
+    psIStream in;
+    ASSERT_TRUE(in.setIniFile(path.c_str(), true));
+    psDefault<int> len(8, "len"), count(3, "count");
+    in.setIniSection("crc32");
+    len.fromIStream(in);
+    in.setIniSection("Perf System");
+    count.fromIStream(in);
+    len.fromIStream(in);
+    EXPECT_EQ(32, len.value());
+    in.deleteIniFile();
+    EXPECT_EQ("\n[Perf System]\nlen=32\ncount=3\t// count = 3\n\n[crc32]\nlen=8\t// len = 8\n", content());
+}
