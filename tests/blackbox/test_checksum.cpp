@@ -1,0 +1,147 @@
+// Black-box runs of the checksum module on the lum libraries: the table lines and
+// cells, the summary file and counts, the -T/-N messages and the value sources of
+// the shared length parameter.
+#include "runner.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <string>
+#include <vector>
+
+namespace {
+
+const char* const kFuncs[] = {"lumsAdler32_8u", "lumsCRC32_8u", "lumsCRC32C_8u", "lumsCRC32_BZ2_8u"};
+const char* const kLengths[] = {"16384", "32768", "65536", "131072", "262144"};
+
+std::vector<std::string> cells(const std::string& line)
+{
+    std::vector<std::string> out;
+    size_t from = 0;
+    for (size_t comma; (comma = line.find(',', from)) != std::string::npos; from = comma + 1)
+        out.push_back(line.substr(from, comma - from));
+    out.push_back(line.substr(from));
+    return out;
+}
+
+// The result lines of a table: the lines after its "function,..." title.
+std::vector<std::vector<std::string>> resultLines(const std::string& table)
+{
+    std::vector<std::vector<std::string>> out;
+    bool seen = false;
+    for (const std::string& line : splitLines(table)) {
+        if (seen && !line.empty()) out.push_back(cells(line));
+        if (line.rfind("function,", 0) == 0) seen = true;
+    }
+    return out;
+}
+
+bool isPositiveNumber(const std::string& s)
+{
+    char* end = nullptr;
+    double v = std::strtod(s.c_str(), &end);
+    return !s.empty() && *end == 0 && v > 0;
+}
+
+class ChecksumRun : public ::testing::Test {
+protected:
+    void SetUp() override { box.installProgram(); }
+    Sandbox box;
+};
+
+}  // namespace
+
+TEST_F(ChecksumRun, ManualTimingFillsTheTableAndTheSummary)
+{
+    RunResult r = box.run({"-B", "-flums", "-dMethod=Manual", "-dNumLoops=3", "-r", "-u"});
+    ASSERT_EQ(0, r.exitCode) << r.output;
+    EXPECT_EQ(0, r.count("duplicate lines")) << r.output;
+
+    auto lines = resultLines(box.read("perfdc.csv"));
+    ASSERT_EQ(20u, lines.size()) << box.read("perfdc.csv");
+    for (size_t i = 0; i < lines.size(); ++i) {
+        const auto& c = lines[i];
+        SCOPED_TRACE(i);
+        ASSERT_EQ(14u, c.size());
+        EXPECT_EQ(kFuncs[i / 5], c[0]);
+        EXPECT_EQ(kLengths[i % 5], c[1]);
+        for (int k = 2; k <= 8; ++k) EXPECT_EQ("-", c[k]);
+        EXPECT_EQ("nLps=3", c[9]);
+        EXPECT_TRUE(isPositiveNumber(c[10])) << c[10];
+        EXPECT_EQ("e", c[11]);
+        EXPECT_TRUE(isPositiveNumber(c[12])) << c[12];
+        EXPECT_EQ("-", c[13]);  // checksums are no floating-point functions
+    }
+
+    std::string sum = box.read("perfdc_sum.csv");
+    for (const char* f : kFuncs) {
+        bool found = false;
+        for (const std::string& line : splitLines(sum)) {
+            auto c = cells(line);
+            if (c.size() == 11 && c[0] == f) {
+                found = true;
+                EXPECT_EQ("TimdcChecksum", c[1]);
+                EXPECT_EQ("p_dcchecksum_ia.cpp", c[8]);
+                EXPECT_EQ("OK", c[9]);
+            }
+        }
+        EXPECT_TRUE(found) << f;
+    }
+    EXPECT_NE(std::string::npos, sum.find("\n.Number of tests,4\n")) << sum;
+    EXPECT_NE(std::string::npos, sum.find("\n.Successes,4\n")) << sum;
+    EXPECT_TRUE(r.output.find("| .Number of tests         4") != std::string::npos) << r.output;
+}
+
+TEST_F(ChecksumRun, LengthValuesFromEverySource)
+{
+    struct Case {
+        std::vector<std::string> args;
+        std::string ini;  // written to perfdc.ini when not empty
+        std::vector<std::string> lengths;
+    };
+    const Case cases[] = {
+        {{"-dCodeLength=1000;4096"}, "", {"1000", "4096"}},
+        {{"-dCodeLength=100 400 *2"}, "", {"100", "200", "400"}},
+        {{"-i"}, "[Perf System]\nCodeLength = 2048 // from the ini file\n", {"2048"}},
+        {{"-i", "-dCodeLength=512"}, "[Perf System]\nCodeLength=2048\n", {"512"}},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.args.front());
+        if (!c.ini.empty()) box.write("perfdc.ini", c.ini);
+        std::vector<std::string> args = {"-B", "-f=lumsCRC32_8u", "-dMethod=Manual", "-dNumLoops=2", "-r"};
+        args.insert(args.end(), c.args.begin(), c.args.end());
+        RunResult r = box.run(args);
+        ASSERT_EQ(0, r.exitCode) << r.output;
+        auto lines = resultLines(box.read("perfdc.csv"));
+        ASSERT_EQ(c.lengths.size(), lines.size()) << r.output;
+        for (size_t i = 0; i < lines.size(); ++i) {
+            EXPECT_EQ("lumsCRC32_8u", lines[i][0]);
+            EXPECT_EQ(c.lengths[i], lines[i][1]);
+        }
+    }
+}
+
+TEST_F(ChecksumRun, BadLengthTextIsReported)
+{
+    RunResult r = box.run({"-B", "-f=lumsCRC32_8u", "-dMethod=Manual", "-dNumLoops=2", "-dCodeLength=abc", "-r"});
+    EXPECT_EQ(0, r.exitCode);
+    EXPECT_NE(std::string::npos, r.output.find("--LUM. Exception: Invalid value of CodeLength = abc")) << r.output;
+    EXPECT_TRUE(resultLines(box.read("perfdc.csv")).empty());
+}
+
+TEST_F(ChecksumRun, CpuFeatureAndThreadKeysReachTheLibrary)
+{
+    RunResult r = box.run({"-B", "-f=lumsCRC32_8u", "-dMethod=Manual", "-dNumLoops=2", "-dCodeLength=4096",
+                           "-TSSE2", "-N2", "-r"});
+    ASSERT_EQ(0, r.exitCode) << r.output;
+    EXPECT_NE(std::string::npos, r.output.find("--calling lumSetCpuFeatures( lumCpuFeatures")) << r.output;
+    EXPECT_TRUE(r.hasLine("--calling lumSetNumThreads( 2 )")) << r.output;
+    EXPECT_EQ(2, r.count("--status = lumStsNoErr")) << r.output;
+    EXPECT_EQ(1u, resultLines(box.read("perfdc.csv")).size());
+
+    // A feature the library does not know is refused in the echo and never applied.
+    r = box.run({"-B", "-f=lumsCRC32_8u", "-dCodeLength=4096", "-dMethod=Manual", "-TNOSUCH"});
+    EXPECT_EQ(0, r.exitCode);
+    EXPECT_NE(std::string::npos, r.output.find("ignored: incorrect CPU features")) << r.output;
+    EXPECT_EQ(0, r.count("--calling lumSetCpuFeatures")) << r.output;
+}
