@@ -158,6 +158,22 @@ TEST(Parameter, SourcesInPriorityOrder)
     std::remove(answers.c_str());
 }
 
+TEST(Parameter, ConsoleAtItsEndIsDetachedUnasked)
+{
+    const std::string empty = psTestTempPath("params_empty.txt");
+    writeFile(empty, "");
+    psString path = empty.c_str();
+    i_stream console(path, IO_READ | IO_EXACT_NAME);
+    psIStream in;
+    in.setIStream(&console);
+    psDefault<int> len(64, "len");
+    len.fromIStream(in);
+    EXPECT_EQ(64, len.value());
+    EXPECT_EQ(psIStream::SRC_DEFAULT, in.source());
+    EXPECT_EQ(nullptr, in.getIStream());
+    std::remove(empty.c_str());
+}
+
 TEST(Parameter, NotAskedWithoutNameOrAskFlag)
 {
     psIStream in;

@@ -9,8 +9,6 @@
 #include "timing.h"
 
 #include <climits>
-#include <cstdio>
-#include <unistd.h>
 
 namespace {
 
@@ -44,26 +42,11 @@ int endGroup()
     return s_group.asked ? 1 : 0;
 }
 
-// Whether the console has nothing more to give. Only input that is not a terminal
-// is looked at in advance (a terminal would wait for a key before the question is
-// shown); at its end the console is detached, so that a run from a file, a pipe or
-// /dev/null never prints questions that nobody answers.
-bool consoleAtEnd(i_stream* in)
-{
-    FILE* f = in->file();
-    if (!f || std::feof(f)) return true;
-    if (isatty(fileno(f))) return false;
-    int c = std::getc(f);
-    if (c == EOF) return true;
-    std::ungetc(c, f);
-    return false;
-}
-
 // Whether reading the parameter now puts a question on the console.
 bool willAsk(psParameter& p)
 {
     if (!g_istrm.getIStream() || p.getName().empty() || !p.getAsk()) return false;
-    if (consoleAtEnd(g_istrm.getIStream())) {
+    if (psConsoleAtEnd(g_istrm.getIStream())) {
         g_istrm.setIStream(nullptr);
         return false;
     }

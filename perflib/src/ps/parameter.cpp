@@ -8,6 +8,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <unistd.h>
 
 psList<psParameter*>* g_pCommonParms = nullptr;
 
@@ -85,6 +86,19 @@ psString psDoubleText(double v)
     char buf[64];
     std::snprintf(buf, sizeof buf, "%.15g", v);
     return psString(buf);
+}
+
+// ---------------------------------------------------------------- console input
+
+bool psConsoleAtEnd(i_stream* in)
+{
+    FILE* f = in ? in->file() : nullptr;
+    if (!f || std::feof(f)) return true;
+    if (isatty(fileno(f))) return false;
+    int c = std::getc(f);
+    if (c == EOF) return true;
+    std::ungetc(c, f);
+    return false;
 }
 
 // ---------------------------------------------------------------- psParameter
@@ -185,6 +199,7 @@ private:
 void psParameter::fromIStream(psIStream& in)
 {
     if (m_name.empty() || !m_ask) return;
+    if (in.getIStream() && psConsoleAtEnd(in.getIStream())) in.setIStream(nullptr);
     psQuestionMask mask(in.getIStream() != nullptr);
     psTrapKeeper keeper;
     PS_ARM_SIGNAL_TRAP();

@@ -331,6 +331,15 @@ private:
     psWordMap<T> m_map;
 };
 
+// ---------------------------------------------------------------- console input
+
+// Whether the console input has nothing more to give. Only input that is not a
+// terminal is looked at in advance (a terminal would wait for a key before the
+// question is shown). A parameter does not ask a console at its end, and detaches
+// it, so that a run from a file, a pipe or /dev/null never prints questions that
+// nobody answers and never waits.
+bool psConsoleAtEnd(i_stream* in);
+
 // ---------------------------------------------------------------- common parameters
 
 // The parameters shared by the tests and asked once by the set-up dialogue; null
