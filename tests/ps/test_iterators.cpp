@@ -1,6 +1,5 @@
-// Value iterators: list and progression texts with their refusals, the walk
-// through the values as a test's parameter loop drives it, and the word-table
-// and file-name iterators.
+// Value iterators: list and progression texts with their refusals, the walk as a
+// test's parameter loop drives it, and the word-table iterator.
 #include "iterators.h"
 
 #include "test.h"
@@ -12,17 +11,12 @@
 
 namespace {
 
-// Every value of one walk: firstValue, then nextValue until it fails.
-template <class T>
-std::vector<T> walk(psParameter& p, T (*get)(psParameter&), int limit = 100)
+std::vector<int> walk(psStepIterator<int>& p)
 {
-    std::vector<T> values;
-    for (bool more = p.firstValue(); more && limit-- > 0; more = p.nextValue()) values.push_back(get(p));
+    std::vector<int> values;
+    for (bool more = p.firstValue(); more && values.size() < 100; more = p.nextValue()) values.push_back(p.value());
     return values;
 }
-
-int intValue(psParameter& p) { return static_cast<psDefault_NSC<int>&>(p).value(); }
-std::string textValue(psParameter& p) { return static_cast<psDefault_NSC<psString>&>(p).value().str(); }
 
 std::string refusal(psParameter& p, const char* text)
 {
@@ -34,19 +28,18 @@ std::string refusal(psParameter& p, const char* text)
     return "";
 }
 
-enum SortHint { LimSort = 0, UnlimSort = 1, SuffixSort = 2, AutoSort = 3 };
+enum SortHint { LimSort, UnlimSort, SuffixSort, AutoSort };
 
 }  // namespace
 
 TEST(StepIterator, TextsValuesAndDescriptions)
 {
-    struct Case {
+    const struct {
         const char* text;
         std::vector<int> values;
         const char* defaultText;
         const char* description;
-    };
-    const Case cases[] = {
+    } cases[] = {
         {"16 1024 *2", {16, 32, 64, 128, 256, 512, 1024}, "16; 1024; *2", "for (len = 16; len <= 1024; len *= 2)"},
         {"16;1024;*2", {16, 32, 64, 128, 256, 512, 1024}, "16; 1024; *2", "for (len = 16; len <= 1024; len *= 2)"},
         {"1;2;4", {1, 2, 4}, "1; 2; 4", "len = 1; 2; 4"},
@@ -59,12 +52,13 @@ TEST(StepIterator, TextsValuesAndDescriptions)
         {"1 2000000000 *1024", {1, 1024, 1048576, 1073741824}, "1; 2000000000; *1024",
          "for (len = 1; len <= 2000000000; len *= 1024)"},
     };
-    for (const Case& c : cases) {
+    for (const auto& c : cases) {
         SCOPED_TRACE(c.text);
         psStepIterator<int> len(0, "len");
         ASSERT_EQ("", refusal(len, c.text));
-        EXPECT_EQ(c.values, walk(len, intValue));
-        EXPECT_EQ(c.values, walk(len, intValue)) << "a second walk repeats the first";
+        EXPECT_EQ(c.values, walk(len));
+        EXPECT_EQ(c.values, walk(len)) << "a second walk repeats the first";
+        EXPECT_FALSE(len.nextValue()) << "an ended walk stays ended";
         EXPECT_EQ(c.defaultText, std::string(len.defaultString()));
         EXPECT_EQ(c.description, std::string(len.description()));
     }
@@ -73,76 +67,46 @@ TEST(StepIterator, TextsValuesAndDescriptions)
 TEST(StepIterator, RefusalsKeepThePreviousDefinition)
 {
     const char* conflict = "Conflict between iterator limits and operation";
-    struct Case {
+    const struct {
         const char* text;
         const char* message;
+    } cases[] = {
+        {"10 100 -10", conflict}, {"1 100 *1", conflict}, {"0 100 *2", conflict}, {"100 1 *2", conflict},
+        {"1 100 +0", conflict},   {"", "Empty iterator definition"},             {" ; ;", "Empty iterator definition"},
+        {"x 10 +1", "Invalid first value = x"},   {"1 y +1", "Invalid last value = y"},
+        {"1 10 +z", "Invalid step = z"},          {"1 10 *", "Invalid step = "},
+        {"1;x;3", "Invalid value of len = x"},    {"1 2 4", "Invalid value of len = 1 2 4"},
     };
-    const Case cases[] = {
-        {"10 100 -10", conflict},
-        {"1 100 *1", conflict},
-        {"0 100 *2", conflict},
-        {"100 1 *2", conflict},
-        {"1 100 +0", conflict},
-        {"", "Empty iterator definition"},
-        {" ; ;", "Empty iterator definition"},
-        {"x 10 +1", "Invalid first value = x"},
-        {"1 y +1", "Invalid last value = y"},
-        {"1 10 +z", "Invalid step = z"},
-        {"1 10 *", "Invalid step = "},
-        {"1;x;3", "Invalid value of len = x"},
-        {"1 2 4", "Invalid value of len = 1 2 4"},
-    };
-    for (const Case& c : cases) {
+    for (const auto& c : cases) {
         SCOPED_TRACE(c.text);
         psStepIterator<int> len(0, "len");
         len.translate("2 8 *2");
         EXPECT_EQ(c.message, refusal(len, c.text));
-        EXPECT_EQ((std::vector<int>{2, 4, 8}), walk(len, intValue));
+        EXPECT_EQ((std::vector<int>{2, 4, 8}), walk(len));
         len.translate("3;5");
         EXPECT_EQ(c.message, refusal(len, c.text));
-        EXPECT_EQ((std::vector<int>{3, 5}), walk(len, intValue));
+        EXPECT_EQ((std::vector<int>{3, 5}), walk(len));
     }
 }
 
 TEST(StepIterator, SetFromCodeAndRebounded)
 {
-    psStepIterator<int> len;
-    len.reset();
-    len.setName("CodeLength");
+    psStepIterator<int> len(0, "CodeLength");
     len.setLower(16384);
     len.setUpper(262144);
     len.setStep(2);
     len.setOperation('*');
     len.validate();
-    EXPECT_EQ((std::vector<int>{16384, 32768, 65536, 131072, 262144}), walk(len, intValue));
-    EXPECT_EQ("CodeLength (list v1; v2; ... or progression first; last; +step|-step|*step)", std::string(len.prompt()));
-
+    EXPECT_EQ((std::vector<int>{16384, 32768, 65536, 131072, 262144}), walk(len));
     len.setLower(64);
     len.setUpper(1024);
     len.validate();
-    EXPECT_EQ((std::vector<int>{64, 128, 256, 512, 1024}), walk(len, intValue));
+    EXPECT_EQ((std::vector<int>{64, 128, 256, 512, 1024}), walk(len));
     len.setLower(0);
     EXPECT_THROW(len.validate(), psException);
 }
 
-TEST(ListIterator, WalkAndEndValue)
-{
-    psIterator<int> len(0, "len");
-    EXPECT_FALSE(len.firstValue()) << "an empty list has no value";
-    len.add(3);
-    len.add(1);
-    EXPECT_TRUE(len.firstValue());
-    EXPECT_EQ(3, len.value());
-    EXPECT_TRUE(len.nextValue());
-    EXPECT_EQ(1, len.value());
-    EXPECT_FALSE(len.nextValue());
-    EXPECT_EQ(0, len.value());
-    EXPECT_FALSE(len.nextValue()) << "stays at the end until reset";
-    len.reset();
-    EXPECT_EQ(0, len.count());
-}
-
-TEST(ListIterator, TestLoopVariesTheLastParameterFastest)
+TEST(Iterators, TestLoopVariesTheLastParameterFastest)
 {
     // A test whose parameter loop is driven exactly as a run drives it.
     struct Walker : psTest {
@@ -164,25 +128,23 @@ TEST(ListIterator, TestLoopVariesTheLastParameterFastest)
     psDefault<int> single(9, "once");
     psStepIterator<int> len(0, "len");
     len.translate("1 4 *2");
-    test.addParameter(&file);
-    test.addParameter(&single);
-    test.addParameter(&len);
+    for (psParameter* p : std::vector<psParameter*>{&file, &single, &len}) test.addParameter(p);
     EXPECT_EQ((std::vector<std::string>{"bib,9,1,", "bib,9,2,", "bib,9,4,", "geo,9,1,", "geo,9,2,", "geo,9,4,"}),
               test.combos());
+    file.clear();
+    EXPECT_TRUE(test.combos().empty()) << "an empty list stops the loop";
     test.parameters().clear();
 }
 
-TEST(MapIterator, ExactWordsAndValidation)
+TEST(Iterators, MapWordsAreExactAndValidated)
 {
     psMapIterator<SortHint> hint(LimSort, "SortHint");
     const char* const words[] = {"lumBWTItohTanakaLimSort", "lumBWTItohTanakaUnlimSort", "lumBWTSuffixSort",
                                  " lumBWTAutoSort"};
     const SortHint values[] = {LimSort, UnlimSort, SuffixSort, AutoSort};
     hint.addWords(words, values);
-    EXPECT_EQ(" lumBWTAutoSort", std::string(hint[AutoSort]));
     EXPECT_EQ("SortHint {lumBWTItohTanakaLimSort|lumBWTItohTanakaUnlimSort|lumBWTSuffixSort| lumBWTAutoSort}",
               std::string(hint.prompt()));
-
     ASSERT_EQ("", refusal(hint, "lumBWTSuffixSort; lumBWTItohTanakaLimSort"));
     EXPECT_EQ("SortHint = lumBWTSuffixSort; lumBWTItohTanakaLimSort", std::string(hint.description()));
     EXPECT_EQ("Invalid value of SortHint = lumBWTAutoSort", refusal(hint, "lumBWTAutoSort"));
@@ -196,16 +158,4 @@ TEST(MapIterator, ExactWordsAndValidation)
     hint.resetValidation();
     EXPECT_EQ("", refusal(hint, "lumBWTItohTanakaUnlimSort"));
     EXPECT_EQ(UnlimSort, hint.value());
-}
-
-TEST(FileIterator, NamesInOrder)
-{
-    psFileIterator file("CodeFile");
-    file.reset();
-    for (const char* n : {"bib", "book1", "paper1"}) file.add(n);
-    EXPECT_EQ("", std::string(file.value()));
-    EXPECT_EQ((std::vector<std::string>{"bib", "book1", "paper1"}), walk(file, textValue));
-    EXPECT_EQ("CodeFile = bib; book1; paper1", std::string(file.description()));
-    ASSERT_EQ("", refusal(file, "geo ;news"));
-    EXPECT_EQ((std::vector<std::string>{"geo", "news"}), walk(file, textValue));
 }
