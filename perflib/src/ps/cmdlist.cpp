@@ -94,6 +94,11 @@ bool psCommandList::insertFromFile(const psString& fileName, iterator pos)
         text += line;
         text += " ";
     }
+    // A name that opens but cannot be read (a folder) counts as unreadable.
+    if (std::ferror(in.file())) {
+        g_ostrm << ERR << "-- Can't read file " << name << "\n" << END_MSG;
+        return false;
+    }
     insertArgs(text, pos);
     return true;
 }
