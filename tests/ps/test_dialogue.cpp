@@ -226,4 +226,13 @@ TEST_F(DialogueTest, CommonParametersAreAskedOnce)
     EXPECT_TRUE(framed(text, "Specify common test parameters, please"));
     EXPECT_NE(std::string::npos, text.find(" for (CodeLength = 32; CodeLength <= 128; CodeLength *= 2)\n"));
     EXPECT_FALSE(codeLen.getAsk()) << "the tests take the value as it stands";
+
+    psStepIterator<int> huffLen(0, "HuffLength");
+    huffLen.translate("1;2");
+    psRegParm(&huffLen);
+    codeLen.setAsk(true);
+    text = run(0, {"HuffLength=abc"});
+    EXPECT_NE(std::string::npos, text.find("Invalid value of HuffLength = abc"));
+    EXPECT_TRUE(huffLen.getAsk()) << "each test meets the refusal again and does not measure";
+    EXPECT_EQ("1; 2", std::string(huffLen.defaultString()));
 }

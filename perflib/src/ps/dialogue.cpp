@@ -58,7 +58,8 @@ bool willAsk(psParameter& p)
 
 // Reads one parameter of the current group. A refused text is reported and the
 // parameter keeps its value; a refused console answer is asked again, a few times.
-void askParm(psParameter& p)
+// Returns whether a value was taken.
+bool askParm(psParameter& p)
 {
     for (int attempt = 0; attempt < 3; ++attempt) {
         bool console = willAsk(p);
@@ -68,13 +69,14 @@ void askParm(psParameter& p)
         }
         try {
             p.fromIStream(g_istrm);
-            return;
+            return true;
         } catch (psException& e) {
             g_ostrm << ERR << e.msg() << "\n" << END_MSG;
             if (!console || g_istrm.source() != psIStream::SRC_CONSOLE) break;
         }
     }
     g_ostrm << ERR << " " << p.description() << "\n" << END_MSG;
+    return false;
 }
 
 template <class T>
@@ -184,9 +186,10 @@ int psSession::readTestParameters()
     if (!g_pCommonParms || g_pCommonParms->isEmpty()) return 0;
     beginGroup("Specify common test parameters, please", (askMode & ASK_PARAMS) != 0);
     for (psParameter* p : *g_pCommonParms) {
-        askParm(*p);
-        // The tests that share it take this value as it stands and do not ask again.
-        p->setAsk(false);
+        // The tests that share a parameter take its value as it stands and do not
+        // ask again; after a refusal they do, so that each of them reports the
+        // refusal and none measures with a value that was not asked for.
+        if (askParm(*p)) p->setAsk(false);
     }
     return endGroup();
 }
