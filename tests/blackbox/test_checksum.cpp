@@ -145,3 +145,19 @@ TEST_F(ChecksumRun, CpuFeatureAndThreadKeysReachTheLibrary)
     EXPECT_NE(std::string::npos, r.output.find("ignored: incorrect CPU features")) << r.output;
     EXPECT_EQ(0, r.count("--calling lumSetCpuFeatures")) << r.output;
 }
+
+TEST_F(ChecksumRun, DuplicateLinesAreNamedByTheirPlaceInTheTable)
+{
+    // Title lines 1..6, then the two identical result lines; name lines sent to a
+    // separate name file must not shift the numbers.
+    for (const char* names : {"", "-q"}) {
+        SCOPED_TRACE(names);
+        std::vector<std::string> args = {"-B", "-f=lumsCRC32_8u", "-dMethod=Manual", "-dNumLoops=2",
+                                         "-dCodeLength=1000;1000", "-r", "-LWARN"};
+        if (*names) args.push_back(names);
+        RunResult r = box.run(args);
+        EXPECT_TRUE(r.hasLine(" Lines 7 & 8 have identical parameters")) << r.output;
+        EXPECT_TRUE(r.hasLine("-- Warning: duplicate lines in performance table (csv-file)")) << r.output;
+        EXPECT_EQ(2u, resultLines(box.read("perfdc.csv")).size());
+    }
+}

@@ -166,9 +166,11 @@ TEST(Exceptions, MessagesCarryTheirPrefix)
     psException text(psString("Invalid value of Len = x"));
     EXPECT_STREQ(text.msg(), "--LUM. Exception: Invalid value of Len = x");
     EXPECT_STREQ(text.info(), "Invalid value of Len = x");
-    psException sig("Illegal instruction.");
+    psException sig(psSignalText{"Illegal instruction."});
     EXPECT_STREQ(sig.msg(), "--LUM. Signal: Illegal instruction.");
     EXPECT_STREQ(sig.info(), "");
+    // A literal text is a plain error, never a signal.
+    EXPECT_STREQ(psException("Empty iterator definition").msg(), "--LUM. Exception: Empty iterator definition");
     // An over-long text is cut, not overflowed.
     psException longText(psString(std::string(5000, 'x')));
     EXPECT_LT(std::string(longText.msg()).size(), 1024u);

@@ -10,10 +10,10 @@ psException::psException(const psString& text)
     std::snprintf(m_msg, sizeof m_msg, "--LUM. Exception: %s", m_info);
 }
 
-psException::psException(const char* signalText)
+psException::psException(psSignalText signal)
 {
     m_info[0] = 0;
-    std::snprintf(m_msg, sizeof m_msg, "--LUM. Signal: %s", signalText ? signalText : "");
+    std::snprintf(m_msg, sizeof m_msg, "--LUM. Signal: %s", signal.text ? signal.text : "");
 }
 
 sigjmp_buf tsSignal::m_jmpbuf;
@@ -41,6 +41,9 @@ const char* tsSignal::getInfo()
     default: return "Unknown exception";
     }
 }
+
+psTrapKeeper::psTrapKeeper() { std::memcpy(&m_saved, &tsSignal::m_jmpbuf, sizeof m_saved); }
+psTrapKeeper::~psTrapKeeper() { std::memcpy(&tsSignal::m_jmpbuf, &m_saved, sizeof m_saved); }
 
 // The one trap of the process, installed during static initialisation.
 tsSignal _g_signal;

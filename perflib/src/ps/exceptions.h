@@ -8,12 +8,19 @@
 
 #include <csetjmp>
 
+// The description of a trapped signal, kept apart from plain texts so that a
+// literal error text can never be taken for a signal.
+struct psSignalText {
+    const char* text;
+};
+
 class psException {
 public:
     // An error with a text of the caller: "--LUM. Exception: <text>".
     explicit psException(const psString& text);
+    explicit psException(const char* text) : psException(psString(text)) {}
     // A trapped signal: "--LUM. Signal: <description>".
-    explicit psException(const char* signalText);
+    explicit psException(psSignalText signal);
     virtual ~psException() {}
 
     const char* msg() const { return m_msg; }
@@ -36,12 +43,25 @@ public:
     static volatile int m_code;
 };
 
+// Keeps the trap context of an enclosing guarded region and gives it back when
+// the inner region ends, so that arming never leaves a dead frame behind.
+class psTrapKeeper {
+public:
+    psTrapKeeper();
+    ~psTrapKeeper();
+    psTrapKeeper(const psTrapKeeper&) = delete;
+    psTrapKeeper& operator=(const psTrapKeeper&) = delete;
+
+private:
+    sigjmp_buf m_saved;
+};
+
 // Arms the trap in the calling frame: a signal raised later inside the guarded
 // work jumps back here and is rethrown as a psException with its description.
 #define PS_ARM_SIGNAL_TRAP()                                  \
     do {                                                      \
         if (sigsetjmp(tsSignal::m_jmpbuf, 1) != 0)            \
-            throw psException(tsSignal::getInfo());           \
+            throw psException(psSignalText{tsSignal::getInfo()}); \
     } while (0)
 
 #endif

@@ -183,17 +183,6 @@ private:
     bool m_active;
 };
 
-// Keeps the caller's signal trap: the question arms its own, and the caller's
-// must be in force again once the question is over.
-class psTrapKeeper {
-public:
-    psTrapKeeper() { std::memcpy(&m_saved, &tsSignal::m_jmpbuf, sizeof m_saved); }
-    ~psTrapKeeper() { std::memcpy(&tsSignal::m_jmpbuf, &m_saved, sizeof m_saved); }
-
-private:
-    sigjmp_buf m_saved;
-};
-
 }  // namespace
 
 void psParameter::fromIStream(psIStream& in)

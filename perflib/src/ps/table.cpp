@@ -64,6 +64,12 @@ void psCStream::tableOut(int n)
     }
 }
 
+void psCStream::swapTable(psCStream& other)
+{
+    swapSinks(other);
+    std::swap(m_lines, other.m_lines);
+}
+
 void psCStream::tableFlush()
 {
     m_cursor = 0;

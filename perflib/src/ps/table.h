@@ -26,6 +26,9 @@ public:
     int cursor() const { return m_cursor; }
     void setCursor(int c) { m_cursor = c < 0 ? 0 : (c > PS_TABLE_CELLS ? PS_TABLE_CELLS : c); }
     int lineCount() const { return m_lines; }
+    // Exchanges the files and the line counts with another table, so that lines
+    // written meanwhile go to, and are counted by, the other table.
+    void swapTable(psCStream& other);
 
     void lineOut(int n);
     void tableOut(int n);

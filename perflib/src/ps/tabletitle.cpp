@@ -55,6 +55,6 @@ void psPutTableTitle()
     }
 }
 
-psNameTableScope::psNameTableScope() { g_cstrm.swapSinks(g_qstrm); }
+psNameTableScope::psNameTableScope() { g_cstrm.swapTable(g_qstrm); }
 
-psNameTableScope::~psNameTableScope() { g_cstrm.swapSinks(g_qstrm); }
+psNameTableScope::~psNameTableScope() { g_cstrm.swapTable(g_qstrm); }

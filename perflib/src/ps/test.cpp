@@ -4,6 +4,8 @@
 // run ends that run with EXCPTFAIL; the session goes on with the next test.
 #include "test.h"
 
+#include "tabletitle.h"
+
 #include "cache.h"
 #include "conditions.h"
 #include "exceptions.h"
@@ -14,6 +16,7 @@
 #include "reports.h"
 #include "session.h"
 #include "table.h"
+#include "tabletitle.h"
 
 #include "fpguard.h"
 #include "ticker.h"
@@ -70,19 +73,6 @@ void recoverFromTrap()
     g_cstrm.tableFlush();
 }
 
-// Keeps the trap context of an enclosing guarded region and gives it back when
-// the inner region ends, so that arming never leaves a dead frame behind.
-class TrapKeeper {
-public:
-    TrapKeeper() { std::memcpy(&m_saved, &tsSignal::m_jmpbuf, sizeof m_saved); }
-    ~TrapKeeper() { std::memcpy(&tsSignal::m_jmpbuf, &m_saved, sizeof m_saved); }
-    TrapKeeper(const TrapKeeper&) = delete;
-    TrapKeeper& operator=(const TrapKeeper&) = delete;
-
-private:
-    sigjmp_buf m_saved;
-};
-
 void failRun(const char* message)
 {
     recoverFromTrap();
@@ -95,7 +85,7 @@ void failRun(const char* message)
 template <class Step>
 bool guarded(Step&& step)
 {
-    TrapKeeper keeper;
+    psTrapKeeper keeper;
     try {
         PS_ARM_SIGNAL_TRAP();
         step();
@@ -268,9 +258,8 @@ void psTest::putTableName()
     if (m_funcName.startsWith("__ps")) return;
     if (psSession::m_nameMode & 1) putTableNameLine();
     if (psSession::m_nameMode & 2) {
-        g_cstrm.swapSinks(g_qstrm);
+        psNameTableScope names;
         putTableNameLine();
-        g_cstrm.swapSinks(g_qstrm);
     }
 }
 
@@ -392,7 +381,7 @@ void psTest::startAndStop()
 {
     const OutputLevel mask = g_ostrm.getOutLevel();
     g_ostrm.setOutLevel(1);
-    TrapKeeper keeper;
+    psTrapKeeper keeper;
     try {
         PS_ARM_SIGNAL_TRAP();
         beginTest();
