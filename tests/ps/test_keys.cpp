@@ -2,6 +2,7 @@
 // which the echo lines alone do not show. Echo lines and help texts are checked by
 // the black-box tests.
 #include "console_capture.h"
+#include "fpguard.h"
 #include "keys.h"
 #include "libenv.h"
 #include "registry.h"
@@ -39,6 +40,9 @@ protected:
         psSession::m_exitLevel = 0;
         psSession::m_nameMode = 0;
         psSession::m_nameExit = false;
+        // -W unmasks floating-point exceptions for every later run: mask them again.
+        ps87::setExceptionValue(59);
+        psSSX::setExceptionValue(8064);
         psPaths::m_exePath = m_savedExe;
         psPaths::setInDir("");
         psPaths::setOutDir("");
