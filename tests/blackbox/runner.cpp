@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <cstdlib>
-#include <fcntl.h>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
@@ -35,6 +34,16 @@ std::vector<std::string> splitLines(const std::string& text)
     std::istringstream in(text);
     for (std::string line; std::getline(in, line);) lines.push_back(line);
     return lines;
+}
+
+std::vector<std::string> cells(const std::string& line)
+{
+    std::vector<std::string> out;
+    size_t from = 0;
+    for (size_t comma; (comma = line.find(',', from)) != std::string::npos; from = comma + 1)
+        out.push_back(line.substr(from, comma - from));
+    out.push_back(line.substr(from));
+    return out;
 }
 
 Sandbox::Sandbox()
@@ -90,13 +99,17 @@ std::vector<std::string> Sandbox::files(const std::string& rel) const
 RunResult Sandbox::run(const std::vector<std::string>& args, const RunOptions& options) const
 {
     RunResult result;
-    int pipeFds[2];
-    if (pipe(pipeFds) != 0) return result;
+    int pipeFds[2], inFds[2];
+    if (pipe(pipeFds) != 0 || pipe(inFds) != 0) return result;
+    // The answers fit in the pipe's buffer: written before the program starts.
+    if (::write(inFds[1], options.input.data(), options.input.size()) != static_cast<ssize_t>(options.input.size()))
+        return result;
+    close(inFds[1]);
     const std::string cwd = path(options.cwd);
     pid_t pid = fork();
     if (pid == 0) {
-        int devNull = open("/dev/null", O_RDONLY);
-        dup2(devNull, STDIN_FILENO);
+        dup2(inFds[0], STDIN_FILENO);
+        close(inFds[0]);
         dup2(pipeFds[1], STDOUT_FILENO);
         dup2(pipeFds[1], STDERR_FILENO);
         close(pipeFds[0]);
@@ -116,6 +129,7 @@ RunResult Sandbox::run(const std::vector<std::string>& args, const RunOptions& o
         _exit(127);
     }
     close(pipeFds[1]);
+    close(inFds[0]);
     char buf[4096];
     for (ssize_t n; (n = ::read(pipeFds[0], buf, sizeof buf)) > 0;) result.output.append(buf, static_cast<size_t>(n));
     close(pipeFds[0]);

@@ -1,6 +1,6 @@
 // Black-box test helper: a fresh temporary folder with a copy of the built perfdc
 // in it (so that default output files land in that folder), runs of the program
-// with stdin from /dev/null, and access to the files it leaves behind.
+// with given standard input, and access to the files it leaves behind.
 #ifndef TESTS_BLACKBOX_RUNNER_H
 #define TESTS_BLACKBOX_RUNNER_H
 
@@ -23,6 +23,7 @@ struct RunOptions {
     std::string program = "./perfdc";  // argv[0], relative to the working folder
     std::string cwd = ".";              // working folder, relative to the sandbox
     std::string searchDir;              // when set, put first in PATH (argv[0] without folder)
+    std::string input;                  // standard input (empty: /dev/null)
 };
 
 class Sandbox {
@@ -50,5 +51,7 @@ private:
 
 // Lines of a text, without their line ends.
 std::vector<std::string> splitLines(const std::string& text);
+// Cells of a csv line.
+std::vector<std::string> cells(const std::string& line);
 
 #endif

@@ -1,6 +1,6 @@
 // Black-box runs of the checksum module on the lum libraries: the table lines and
-// cells, the summary file and counts, the -T/-N messages and the value sources of
-// the shared length parameter.
+// cells, the summary file and counts, and the value sources of the shared length
+// parameter. The -T/-N messages are checked with the other keys.
 #include "runner.h"
 
 #include <gtest/gtest.h>
@@ -13,16 +13,6 @@ namespace {
 
 const char* const kFuncs[] = {"lumsAdler32_8u", "lumsCRC32_8u", "lumsCRC32C_8u", "lumsCRC32_BZ2_8u"};
 const char* const kLengths[] = {"16384", "32768", "65536", "131072", "262144"};
-
-std::vector<std::string> cells(const std::string& line)
-{
-    std::vector<std::string> out;
-    size_t from = 0;
-    for (size_t comma; (comma = line.find(',', from)) != std::string::npos; from = comma + 1)
-        out.push_back(line.substr(from, comma - from));
-    out.push_back(line.substr(from));
-    return out;
-}
 
 // The result lines of a table: the lines after its "function,..." title.
 std::vector<std::vector<std::string>> resultLines(const std::string& table)
@@ -127,23 +117,6 @@ TEST_F(ChecksumRun, BadLengthTextIsReported)
     EXPECT_EQ(0, r.exitCode);
     EXPECT_NE(std::string::npos, r.output.find("--LUM. Exception: Invalid value of CodeLength = abc")) << r.output;
     EXPECT_TRUE(resultLines(box.read("perfdc.csv")).empty());
-}
-
-TEST_F(ChecksumRun, CpuFeatureAndThreadKeysReachTheLibrary)
-{
-    RunResult r = box.run({"-B", "-f=lumsCRC32_8u", "-dMethod=Manual", "-dNumLoops=2", "-dCodeLength=4096",
-                           "-TSSE2", "-N2", "-r"});
-    ASSERT_EQ(0, r.exitCode) << r.output;
-    EXPECT_NE(std::string::npos, r.output.find("--calling lumSetCpuFeatures( lumCpuFeatures")) << r.output;
-    EXPECT_TRUE(r.hasLine("--calling lumSetNumThreads( 2 )")) << r.output;
-    EXPECT_EQ(2, r.count("--status = lumStsNoErr")) << r.output;
-    EXPECT_EQ(1u, resultLines(box.read("perfdc.csv")).size());
-
-    // A feature the library does not know is refused in the echo and never applied.
-    r = box.run({"-B", "-f=lumsCRC32_8u", "-dCodeLength=4096", "-dMethod=Manual", "-TNOSUCH"});
-    EXPECT_EQ(0, r.exitCode);
-    EXPECT_NE(std::string::npos, r.output.find("ignored: incorrect CPU features")) << r.output;
-    EXPECT_EQ(0, r.count("--calling lumSetCpuFeatures")) << r.output;
 }
 
 TEST_F(ChecksumRun, DuplicateLinesAreNamedByTheirPlaceInTheTable)

@@ -4,7 +4,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <regex>
 #include <string>
 #include <vector>
@@ -15,17 +14,6 @@ std::vector<std::string> quick(std::vector<std::string> args)
 {
     args.insert(args.begin(), {"-B", "-f=none"});
     return args;
-}
-
-// A run with standard input read from a file holding the answers.
-std::string runAnswered(const Sandbox& box, const std::vector<std::string>& args, const std::string& answers)
-{
-    box.write("answers.txt", answers);
-    std::string cmd = "cd '" + box.root() + "' && ./perfdc";
-    for (const std::string& a : args) cmd += " '" + a + "'";
-    cmd += " < answers.txt > run.out 2>&1";
-    EXPECT_EQ(0, std::system(cmd.c_str()));
-    return box.read("run.out");
 }
 
 const char* const kWritten =
@@ -90,21 +78,6 @@ TEST(IniKeys, ValuesFromIniFileAndSettings)
     }
 }
 
-TEST(IniKeys, FilesThatCannotBeOpened)
-{
-    Sandbox box;
-    box.installProgram();
-    RunResult missing = box.run(quick({"-imissing.ini"}));
-    EXPECT_EQ(0, missing.exitCode);
-    EXPECT_EQ(1, missing.count("-- Can't open file ./missing.ini to read: "));
-    EXPECT_EQ(1, missing.count("| PS Summary"));
-
-    RunResult fatal = box.run(quick({"-Inodir/x.ini"}));
-    EXPECT_EQ(0, fatal.exitCode);
-    EXPECT_TRUE(fatal.hasLine("FATAL ERROR: can't open ini-file for writing")) << fatal.output;
-    EXPECT_EQ(0, fatal.count("| PS Summary"));
-}
-
 TEST(IniKeys, PressingMeasuresOnlyFunctionsWithASection)
 {
     Sandbox box;
@@ -135,18 +108,41 @@ TEST(IniKeys, PressingMeasuresOnlyFunctionsWithASection)
 
 TEST(IniKeys, DialogueAnsweredOnStandardInput)
 {
+    struct Case {
+        std::vector<std::string> args;
+        std::string answers;
+        std::vector<std::string> shown, notShown;
+    };
+    const Case cases[] = {
+        // A refused answer is asked again; Manual timing has no accuracy to ask.
+        {{"-f=none", "-ATiming"}, "Manual\n0\n100\n",
+         {"Specify timing method, please", "\n Method {Auto|Manual|Statistic|Iterative} [Auto] = ", "\n NumLoops [10] = ",
+          "Invalid value of NumLoops = 0", " NumLoops = 100\n", "End of common specifications", " MutualVectorShift = 512\n"},
+         {"Accuracy", "Specify vectors alignment"}},
+        {{"-f=none", "-AMisalign"}, "element\n3\nno\n128\n",
+         {"\n AlignVectorsBy {byte|element} [byte] = ", "\n VectorAlign by Element, 0..63 [0] = ",
+          "\n MutualVectorShift in Bytes, divisible by 64 [512] = ", " AlignVectorsBy = element\n", " VectorAlign = 3\n",
+          " MisalignFirstVectorOnly = false\n", " MutualVectorShift = 128\n"},
+         {"Specify timing method"}},
+        // Common parameters are asked once; the tests take them as they stand.
+        {{"-f=lumsCRC32_8u", "-AParams", "-dMethod=Manual", "-dNumLoops=1"}, "4096 8192 *2\n",
+         {"Specify common test parameters, please", "\n CodeLength (list",
+          " for (CodeLength = 4096; CodeLength <= 8192; CodeLength *= 2)\n"},
+         {}},
+        // Batch mode, values all set, or nothing to read: nothing is asked, no titles.
+        {{"-f=none", "-B", "-ATiming"}, "Manual\n3\n", {" Method = Auto\n"}, {"Specify timing method", "*****"}},
+        {{"-f=none", "-dMethod=Auto", "-dAccuracy=5"}, "Manual\n", {}, {"*****"}},
+        {{"-f=none", "-A"}, "", {" Method = Auto\n"}, {"*****", " [Auto] = "}},
+    };
     Sandbox box;
     box.installProgram();
-    std::string asked = runAnswered(box, {"-f=none", "-ATiming"}, "Manual\n3\n");
-    EXPECT_NE(std::string::npos, asked.find("Specify timing method, please"));
-    EXPECT_NE(std::string::npos, asked.find(" NumLoops [10] = "));
-    EXPECT_NE(std::string::npos, asked.find(" NumLoops = 3\n"));
-    EXPECT_NE(std::string::npos, asked.find("End of common specifications"));
-
-    std::string batch = runAnswered(box, {"-f=none", "-B", "-ATiming"}, "Manual\n3\n");
-    EXPECT_EQ(std::string::npos, batch.find("Specify timing method"));
-    EXPECT_NE(std::string::npos, batch.find(" Method = Auto\n"));
-
-    std::string preset = runAnswered(box, {"-f=none", "-dMethod=Auto", "-dAccuracy=5"}, "Manual\n");
-    EXPECT_EQ(std::string::npos, preset.find("*****")) << "nothing left to ask: no titles";
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.args[1]);
+        RunOptions withAnswers;
+        withAnswers.input = c.answers;
+        RunResult r = box.run(c.args, withAnswers);
+        EXPECT_EQ(0, r.exitCode);
+        for (const std::string& s : c.shown) EXPECT_NE(std::string::npos, r.output.find(s)) << s << "\n" << r.output;
+        for (const std::string& s : c.notShown) EXPECT_EQ(std::string::npos, r.output.find(s)) << s << "\n" << r.output;
+    }
 }

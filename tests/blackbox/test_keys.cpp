@@ -234,14 +234,6 @@ TEST_F(Keys, KeyHelp)
          "EXTENDED KEY HELP\n-h               = type short help and exit\n-hh              = type extended help and exit\n"
          "-h<key>          = type extended help for the key and exit\n"
          "If several -h present in command line then only the last key is valid\n"},
-        {"-hU",
-         "EXTENDED KEY HELP\n-U[<file-name>]  = add summary table to csv-file ('_sum' is added to default title name)\n"
-         "If file-name is empty then default file path will be used:\n"
-         "    <default-dir>/<default-name>_sum.csv\n"
-         "    <default-dir> : <exe-file-dir> or -l key argument if any\n"
-         "    <default-name>: <exe-file-name-without-extention> or -n key argument if any\n"
-         "If several -U keys present in command line then all these files will be opened\n"
-         "    and filled\n"},
         {"-hq",
          "EXTENDED KEY HELP\n-q[<file-name>]  = create csv-file (*_name.csv is default) and write function parameter "
          "name lines\n-q+              = add function parameter name lines to PS results table file\n"

@@ -134,12 +134,13 @@ TEST(SessionFiles, FilesThatCannotBeOpenedStopTheRun)
         EXPECT_EQ(r.count("Sorting functions"), 0) << c.args[0];
         EXPECT_EQ(r.count("PS Summary"), 0) << c.args[0];
     }
-    // A missing input ini file is not an error.
+    // A missing input ini file is reported but is no error.
     Sandbox box;
     box.installProgram();
     RunResult r = box.run(quickWith({"-inot_there"}));
     EXPECT_EQ(r.exitCode, 0);
-    EXPECT_NE(r.output.find("PS Summary"), std::string::npos) << r.output;
+    EXPECT_EQ(r.count("-- Can't open file ./not_there.ini to read: "), 1) << r.output;
+    EXPECT_EQ(r.count("PS Summary"), 1) << r.output;
 }
 
 // ---------------------------------------------------------------- key sources

@@ -94,19 +94,4 @@ TEST(Conditions, VerdictTable)
     for (psTest* t : tests) delete t;
 }
 
-TEST(Conditions, Counts)
-{
-    psConditions cond;
-    addConditions(cond, {"fa", "f+b", "f-c", "f=d", "tx"});
-    EXPECT_EQ(cond.count(), 5);
-    EXPECT_EQ(cond.count(COND_FUNC), 4);
-    EXPECT_EQ(cond.count(COND_FUNC, COND_MUST), 2);
-    EXPECT_EQ(cond.count(COND_FUNC, COND_ANY), 1);
-    EXPECT_EQ(cond.count(COND_FUNC, COND_EXACT), 1);
-    EXPECT_EQ(cond.count(COND_TEST), 1);
-    EXPECT_EQ(cond.count(COND_FILE), 0);
-    cond.clear();
-    EXPECT_EQ(cond.count(), 0);
-}
-
 }  // namespace

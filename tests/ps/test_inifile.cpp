@@ -2,7 +2,7 @@
 // back without overwriting.
 #include "inifile.h"
 
-#include "console_capture.h"
+#include "helpers.h"
 
 #include <gtest/gtest.h>
 
@@ -21,13 +21,7 @@ protected:
     }
     void TearDown() override { std::remove(path.c_str()); }
 
-    void put(const std::string& text) const
-    {
-        FILE* f = std::fopen(path.c_str(), "wb");
-        ASSERT_NE(nullptr, f);
-        std::fputs(text.c_str(), f);
-        std::fclose(f);
-    }
+    void put(const std::string& text) const { psTestWriteFile(path, text); }
     std::string content() const { return psTestReadFile(path); }
 
     std::string path;
@@ -118,7 +112,7 @@ TEST_F(IniFileTest, WritesNewEntriesOnlyAndRewritesOnlyWhenModified)
 
 TEST_F(IniFileTest, MissingOrUnwritableFiles)
 {
-    ConsoleCapture out("inifile_missing.txt");
+    Capture out;
     g_ostrm.setOutLevel(ERR);
     psIniFile ini;
     EXPECT_FALSE(ini.open(path.c_str(), false));

@@ -1,8 +1,8 @@
-// Value iterators: list and progression texts with their refusals, the walk as a
-// test's parameter loop drives it, and the word-table iterator.
+// Value iterators: list and progression texts with their refusals, and the
+// word-table iterator. The walk over several parameters is checked with the lifecycle.
 #include "iterators.h"
 
-#include "test.h"
+#include "helpers.h"
 
 #include <gtest/gtest.h>
 
@@ -16,16 +16,6 @@ std::vector<int> walk(psStepIterator<int>& p)
     std::vector<int> values;
     for (bool more = p.firstValue(); more && values.size() < 100; more = p.nextValue()) values.push_back(p.value());
     return values;
-}
-
-std::string refusal(psParameter& p, const char* text)
-{
-    try {
-        p.translate(text);
-    } catch (psException& e) {
-        return e.info();
-    }
-    return "";
 }
 
 enum SortHint { LimSort, UnlimSort, SuffixSort, AutoSort };
@@ -55,7 +45,7 @@ TEST(StepIterator, TextsValuesAndDescriptions)
     for (const auto& c : cases) {
         SCOPED_TRACE(c.text);
         psStepIterator<int> len(0, "len");
-        ASSERT_EQ("", refusal(len, c.text));
+        ASSERT_EQ("", psTestRefusal(len, c.text));
         EXPECT_EQ(c.values, walk(len));
         EXPECT_EQ(c.values, walk(len)) << "a second walk repeats the first";
         EXPECT_FALSE(len.nextValue()) << "an ended walk stays ended";
@@ -81,10 +71,10 @@ TEST(StepIterator, RefusalsKeepThePreviousDefinition)
         SCOPED_TRACE(c.text);
         psStepIterator<int> len(0, "len");
         len.translate("2 8 *2");
-        EXPECT_EQ(c.message, refusal(len, c.text));
+        EXPECT_EQ(c.message, psTestRefusal(len, c.text));
         EXPECT_EQ((std::vector<int>{2, 4, 8}), walk(len));
         len.translate("3;5");
-        EXPECT_EQ(c.message, refusal(len, c.text));
+        EXPECT_EQ(c.message, psTestRefusal(len, c.text));
         EXPECT_EQ((std::vector<int>{3, 5}), walk(len));
     }
 }
@@ -106,36 +96,6 @@ TEST(StepIterator, SetFromCodeAndRebounded)
     EXPECT_THROW(len.validate(), psException);
 }
 
-TEST(Iterators, TestLoopVariesTheLastParameterFastest)
-{
-    // A test whose parameter loop is driven exactly as a run drives it.
-    struct Walker : psTest {
-        Walker() : psTest(nullptr, nullptr, "f", "w.cpp", "W") {}
-        std::vector<std::string> combos()
-        {
-            std::vector<std::string> out;
-            for (m_first = true; canContinue(); m_first = false) {
-                std::string s;
-                for (psParameter* p : m_parms) s += std::string(p->valueString()) + ",";
-                out.push_back(s);
-            }
-            return out;
-        }
-    } test;
-    psFileIterator file("CodeFile");
-    file.add("bib");
-    file.add("geo");
-    psDefault<int> single(9, "once");
-    psStepIterator<int> len(0, "len");
-    len.translate("1 4 *2");
-    for (psParameter* p : std::vector<psParameter*>{&file, &single, &len}) test.addParameter(p);
-    EXPECT_EQ((std::vector<std::string>{"bib,9,1,", "bib,9,2,", "bib,9,4,", "geo,9,1,", "geo,9,2,", "geo,9,4,"}),
-              test.combos());
-    file.clear();
-    EXPECT_TRUE(test.combos().empty()) << "an empty list stops the loop";
-    test.parameters().clear();
-}
-
 TEST(Iterators, MapWordsAreExactAndValidated)
 {
     psMapIterator<SortHint> hint(LimSort, "SortHint");
@@ -145,17 +105,17 @@ TEST(Iterators, MapWordsAreExactAndValidated)
     hint.addWords(words, values);
     EXPECT_EQ("SortHint {lumBWTItohTanakaLimSort|lumBWTItohTanakaUnlimSort|lumBWTSuffixSort| lumBWTAutoSort}",
               std::string(hint.prompt()));
-    ASSERT_EQ("", refusal(hint, "lumBWTSuffixSort; lumBWTItohTanakaLimSort"));
+    ASSERT_EQ("", psTestRefusal(hint, "lumBWTSuffixSort; lumBWTItohTanakaLimSort"));
     EXPECT_EQ("SortHint = lumBWTSuffixSort; lumBWTItohTanakaLimSort", std::string(hint.description()));
-    EXPECT_EQ("Invalid value of SortHint = lumBWTAutoSort", refusal(hint, "lumBWTAutoSort"));
-    EXPECT_EQ("Invalid value of SortHint = lumbwtsuffixsort", refusal(hint, "lumbwtsuffixsort"));
+    EXPECT_EQ("Invalid value of SortHint = lumBWTAutoSort", psTestRefusal(hint, "lumBWTAutoSort"));
+    EXPECT_EQ("Invalid value of SortHint = lumbwtsuffixsort", psTestRefusal(hint, "lumbwtsuffixsort"));
 
     hint.initValidation();
     hint.addValidation(SuffixSort);
     EXPECT_EQ("lumBWTSuffixSort", std::string(hint.validString()));
-    EXPECT_EQ("Invalid value of SortHint = lumBWTItohTanakaUnlimSort", refusal(hint, "lumBWTItohTanakaUnlimSort"));
+    EXPECT_EQ("Invalid value of SortHint = lumBWTItohTanakaUnlimSort", psTestRefusal(hint, "lumBWTItohTanakaUnlimSort"));
     EXPECT_EQ(2, hint.count()) << "the refused text left the list as it was";
     hint.resetValidation();
-    EXPECT_EQ("", refusal(hint, "lumBWTItohTanakaUnlimSort"));
+    EXPECT_EQ("", psTestRefusal(hint, "lumBWTItohTanakaUnlimSort"));
     EXPECT_EQ(UnlimSort, hint.value());
 }

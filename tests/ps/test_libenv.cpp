@@ -1,6 +1,6 @@
 // The library environment: fallbacks of the slots, the -T/-N start-up messages
 // through a fake library, the version lines, and the CPU feature names of -T.
-#include "console_capture.h"
+#include "helpers.h"
 #include "cpuinfo.h"
 #include "libenv.h"
 
@@ -99,7 +99,7 @@ TEST_F(LibEnv, StartUpMessagesThroughTheLibrary)
         setLumEnvironment();
         s_cpuFeature = c.cpu;
         s_numThreads = c.threads;
-        ConsoleCapture cap("libenv.txt");
+        Capture cap;
         g_ostrm.setOutLevel(ERR | WARN | PERF);
         psApplyLumSettings();
         const std::string integrated = "\nLUM Core library functions have been integrated into PS\n";
@@ -114,7 +114,7 @@ TEST_F(LibEnv, RepeatedVersionsGiveOneLine)
     static const LumLibraryVersion version = {9, 0, 0, 1, "px", "lumdc", "9.0.0", "Jan 01 2026"};
     auto fn = []() -> const LumLibraryVersion* { return &version; };
     for (int i = 0; i < 7; ++i) psRegLumVersion(fn);
-    ConsoleCapture cap("libinfo.txt");
+    Capture cap;
     g_ostrm.setOutLevel(ERR | WARN | PERF);
     setLumLibInfo();
     ASSERT_NE(g_pLibInfoList, nullptr);

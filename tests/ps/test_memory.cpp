@@ -2,8 +2,7 @@
 // vector placement settings.
 #include "memory.h"
 
-#include "console_capture.h"
-#include "../pstool/unique_name.h"
+#include "helpers.h"
 
 #include <gtest/gtest.h>
 
@@ -61,52 +60,35 @@ TEST_F(MemoryTest, PointerPlacementFollowsAlignAndShift)
     }
 }
 
-TEST_F(MemoryTest, ShiftMovesThePointerPastTheBase)
-{
-    // The first 64-byte boundary at or after base + shift, where base is the
-    // pointer handed out for shift 0.
-    void* p0 = psMalloc(64, 0, 0, nullptr);
-    void* p1 = psMalloc(64, 0, 1, nullptr);
-    void* p512 = psMalloc(64, 0, 512, nullptr);
-    int size = 0;
-    long long owner = 1;
-    ASSERT_EQ(1, psMallocInfo(p1, &size, &owner));
-    EXPECT_EQ(64, size);
-    EXPECT_EQ(0, owner);
-    EXPECT_EQ(0u, addr(p0) % 64);
-    EXPECT_EQ(0u, addr(p1) % 64);
-    EXPECT_EQ(0u, addr(p512) % 64);
-    // The records walk in allocation order and name each block's size and owner.
-    void* seen[3];
-    int n = 0;
-    for (void* p = psMallocFirst(nullptr, nullptr); p; p = psMallocNext(nullptr, nullptr)) seen[n++] = p;
-    ASSERT_EQ(3, n);
-    EXPECT_EQ(p0, seen[0]);
-    EXPECT_EQ(p1, seen[1]);
-    EXPECT_EQ(p512, seen[2]);
-}
-
-TEST_F(MemoryTest, RecordsKeepTheOwnerAndForgetFreedBlocks)
+TEST_F(MemoryTest, RecordsKeepOrderSizeAndOwnerAndForgetFreedBlocks)
 {
     int tag = 0;
     void* a = psMalloc(10, 0, 0, &tag);
-    void* b = psMalloc(20, 0, 0, nullptr);
-    EXPECT_EQ(2, psMallocCount());
+    void* b = psMalloc(20, 0, 512, nullptr);
+    void* c = psMalloc(30, 0, 1, nullptr);
+    EXPECT_EQ(3, psMallocCount());
     int size = 0;
     void* owner = nullptr;
     EXPECT_EQ(a, psMallocFirst(&size, &owner));
     EXPECT_EQ(10, size);
     EXPECT_EQ(&tag, owner);
+    EXPECT_EQ(b, psMallocNext(&size, &owner));
+    EXPECT_EQ(20, size);
+    EXPECT_EQ(nullptr, owner);
+    EXPECT_EQ(c, psMallocNext(&size, &owner));
+    EXPECT_EQ(nullptr, psMallocNext(&size, &owner));
     psFree(a);
     EXPECT_EQ(0, psMallocInfo(a, nullptr, nullptr));
+    long long ownerValue = 1;
+    ASSERT_EQ(1, psMallocInfo(c, &size, &ownerValue));
+    EXPECT_EQ(30, size);
+    EXPECT_EQ(0, ownerValue);
     EXPECT_EQ(b, psMallocFirst(&size, &owner));
-    EXPECT_EQ(20, size);
-    EXPECT_EQ(nullptr, psMallocNext(&size, &owner));
 }
 
 TEST_F(MemoryTest, UnknownPointersAndEmptyListsAreQuiet)
 {
-    ConsoleCapture out(uniqueName("memory_quiet.txt"));
+    Capture out;
     g_ostrm.setOutLevel(ERR | WARN);
     EXPECT_EQ(nullptr, psMallocFirst(nullptr, nullptr));
     char local[16];
@@ -126,7 +108,7 @@ TEST_F(MemoryTest, UnknownPointersAndEmptyListsAreQuiet)
 
 TEST_F(MemoryTest, ExhaustionIsReportedAndReturnsNull)
 {
-    ConsoleCapture out(uniqueName("memory_fail.txt"));
+    Capture out;
     g_ostrm.setOutLevel(ERR);
     // A size that no request can satisfy (the system allocator may overcommit any
     // positive request on this machine).
@@ -137,7 +119,7 @@ TEST_F(MemoryTest, ExhaustionIsReportedAndReturnsNull)
 
 TEST_F(MemoryTest, MemoryLevelTracesEveryBlock)
 {
-    ConsoleCapture out(uniqueName("memory_trace.txt"));
+    Capture out;
     g_ostrm.setOutLevel(ERR | MEMORY);
     void* p = psMalloc(48, 0, 0, nullptr);
     psFree(p);
@@ -149,16 +131,12 @@ TEST_F(MemoryTest, MemoryLevelTracesEveryBlock)
     EXPECT_NE(std::string::npos, text.find(std::string("  alignedPointer:") + ptr.c_str() + "\n"));
 }
 
-TEST_F(MemoryTest, LargerAlignmentUnit)
+TEST_F(MemoryTest, LargerAlignmentUnitAndVectorAlignModuloTheUnit)
 {
     psSetAlignMax(256);
-    EXPECT_EQ(256, psGetAlignMax());
     void* p = psMalloc(10, 0, 1, nullptr);
     EXPECT_EQ(0u, addr(p) % 256);
-}
-
-TEST_F(MemoryTest, VectorAlignIsKeptModuloTheUnit)
-{
+    psSetAlignMax(PS_ALIGN_DEF);
     psSetVectorAlign(70);
     EXPECT_EQ(6, psGetVectorAlign());
 }

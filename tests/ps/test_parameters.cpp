@@ -2,37 +2,13 @@
 // (-d, ini file, console, default), and the deprecated text in the table.
 #include "parameter.h"
 
-#include "console_capture.h"
-#include "table.h"
+#include "helpers.h"
 
 #include <gtest/gtest.h>
 
 #include <climits>
 #include <cstdio>
 #include <string>
-
-namespace {
-
-// The text of a refusal, or "" when the text was taken.
-std::string refusal(psParameter& p, const char* text)
-{
-    try {
-        p.translate(text);
-    } catch (psException& e) {
-        return e.info();
-    }
-    return "";
-}
-
-void writeFile(const std::string& path, const std::string& text)
-{
-    FILE* f = std::fopen(path.c_str(), "wb");
-    ASSERT_NE(nullptr, f);
-    std::fputs(text.c_str(), f);
-    std::fclose(f);
-}
-
-}  // namespace
 
 TEST(Parameter, IntegerConversionsLenientAndStrict)
 {
@@ -52,10 +28,10 @@ TEST(Parameter, IntegerConversionsLenientAndStrict)
         psDefault<int> strict(3, "len");
         const std::string msg = std::string("Invalid value of len = ") + c.text;
         if (c.lenient != U) {
-            EXPECT_EQ(c.lenient == R ? msg : "", refusal(nsc, c.text));
+            EXPECT_EQ(c.lenient == R ? msg : "", psTestRefusal(nsc, c.text));
             EXPECT_EQ(c.lenient == R ? 3 : c.lenient, nsc.value()) << "a refusal keeps the value";
         }
-        EXPECT_EQ(c.strict == R ? msg : "", refusal(strict, c.text));
+        EXPECT_EQ(c.strict == R ? msg : "", psTestRefusal(strict, c.text));
         EXPECT_EQ(c.strict == R ? 3 : c.strict, strict.value());
     }
 }
@@ -64,24 +40,24 @@ TEST(Parameter, CheckedValuesWordsAndTruth)
 {
     psDefault<int> align(0, "VectorAlign");
     align.setRange(0, 63);
-    EXPECT_EQ("", refusal(align, "63"));
-    EXPECT_EQ("Invalid value of VectorAlign = 64", refusal(align, "64"));
+    EXPECT_EQ("", psTestRefusal(align, "63"));
+    EXPECT_EQ("Invalid value of VectorAlign = 64", psTestRefusal(align, "64"));
 
     psDefault<bool> flag(true, "Flag");
-    EXPECT_EQ("", refusal(flag, "No"));
+    EXPECT_EQ("", psTestRefusal(flag, "No"));
     EXPECT_EQ("false", std::string(flag.valueString()));
-    EXPECT_EQ("Invalid value of Flag = tomato", refusal(flag, "tomato"));
+    EXPECT_EQ("Invalid value of Flag = tomato", psTestRefusal(flag, "tomato"));
 
     psMapDefault<int> method(0, "Method");
     method.addWord("Auto", 0);
     method.addWord("Manual", 1);
     EXPECT_EQ("Method {Auto|Manual}", std::string(method.prompt()));
-    EXPECT_EQ("", refusal(method, "Manual"));
+    EXPECT_EQ("", psTestRefusal(method, "Manual"));
     EXPECT_EQ("Method = Manual", std::string(method.description()));
-    EXPECT_EQ("Invalid value of Method = manual", refusal(method, "manual")) << "words are exact";
+    EXPECT_EQ("Invalid value of Method = manual", psTestRefusal(method, "manual")) << "words are exact";
 
     psDefault<long long> clocks(0, "TotalCpuClocks");
-    EXPECT_EQ("", refusal(clocks, "99999999999"));
+    EXPECT_EQ("", psTestRefusal(clocks, "99999999999"));
     EXPECT_EQ(99999999999LL, clocks.value());
 }
 
@@ -106,16 +82,16 @@ TEST(Parameter, SourcesInPriorityOrder)
         psIStream in;
         if (c.data) in.data().set("len", c.data);
         if (c.iniText) {
-            writeFile(ini, std::string("[Perf System]\nlen = ") + c.iniText + "\n");
+            psTestWriteFile(ini, std::string("[Perf System]\nlen = ") + c.iniText + "\n");
             ASSERT_TRUE(in.setIniFile(ini.c_str(), false));
         }
-        writeFile(answers, c.console ? c.console : "");
+        psTestWriteFile(answers, c.console ? c.console : "");
         psString path = answers.c_str();
         i_stream console(path, IO_READ | IO_EXACT_NAME);
         if (c.console) in.setIStream(&console);
 
         psDefault<int> len(64, "len");
-        ConsoleCapture out("params_sources_out.txt");
+        Capture out;
         g_ostrm.setOutLevel(ERR | WARN | PERF);
         len.fromIStream(in);
         EXPECT_EQ(c.expected, len.value());

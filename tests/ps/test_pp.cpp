@@ -2,8 +2,7 @@
 // vectors and their fills, and the conversion of library statuses into results.
 #include "pp.h"
 
-#include "console_capture.h"
-#include "../pstool/unique_name.h"
+#include "helpers.h"
 #include "memory.h"
 
 #include <gtest/gtest.h>
@@ -172,7 +171,7 @@ TEST_F(PpVectorTest, PrintsAtTheDataLevelOnly)
 {
     ppVector v(pp8u);
     ASSERT_TRUE(v.create(20, ppFillConst, 4));
-    ConsoleCapture out(uniqueName("pp_print.txt"));
+    Capture out;
     g_ostrm.setOutLevel(ERR);
     v.print("src");
     EXPECT_EQ("", out.text());
@@ -231,7 +230,7 @@ TEST_F(CheckStatusTest, StatusesBecomeResultsWithTheirLines)
         SCOPED_TRACE(c.status);
         SetUp();
         ppTest::m_checkErrorsOnly = c.errorsOnly;
-        ConsoleCapture out(uniqueName("pp_status.txt"));
+        Capture out;
         g_ostrm.setOutLevel(c.mask);
         EXPECT_EQ(c.returned, ppTest::checkStatus(c.status, c.name));
         EXPECT_EQ(c.recorded, psTest::m_currentResult);

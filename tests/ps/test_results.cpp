@@ -1,11 +1,8 @@
-// Result words and what a test reports for one combination: the console lines at
+// What a test reports for one combination: the clock texts, the console lines at
 // their levels, the performance-table cells and the registration text.
 #include "results.h"
 
-#include "console_capture.h"
-#include "../pstool/unique_name.h"
-#include "parameter.h"
-#include "table.h"
+#include "helpers.h"
 #include "test.h"
 #include "ticker.h"
 
@@ -15,28 +12,6 @@
 #include <cmath>
 #include <limits>
 #include <string>
-
-// ---------------------------------------------------------------- words
-
-TEST(ResultWords, ShortAndLongWordsByCode)
-{
-    const char* const shortWords[] = {"UNDEFINED", "OK",        "ACCURWRN", "BADSTSWRN", "DATAWRN",   "FUNCWRN",
-                                      "WARNING",   "ACCURFAIL", "DATAFAIL", "FUNCFAIL",  "EXCPTFAIL", "FAIL"};
-    const char* const longWords[] = {"was not run",       "successfully",         "wrong measure accuracy",
-                                     "modified control status", "test data warning", "lib function warning",
-                                     "warning",           "accuracy error",       "test data error",
-                                     "lib function error", "exception",           "error"};
-    for (int code = 0; code <= 11; ++code) {
-        EXPECT_STREQ(shortWords[code], psResultWord(code)) << code;
-        EXPECT_STREQ(longWords[code], psResultLongWord(code)) << code;
-    }
-    for (int code : {-1, 12, 100}) {
-        EXPECT_STREQ("UNKNOWN", psResultWord(code));
-        EXPECT_STREQ("unknown result", psResultLongWord(code));
-    }
-}
-
-// ---------------------------------------------------------------- the reporting test
 
 namespace {
 
@@ -59,27 +34,6 @@ public:
     bool floating = false;
 };
 
-// Sends the performance table into a temporary file while it lives.
-class TableCapture {
-public:
-    explicit TableCapture(const std::string& name) : m_path(psTestTempPath(name))
-    {
-        m_sinks.addStream(m_path.c_str(), false);
-        g_cstrm.swapSinks(m_sinks);
-        g_cstrm.tableFlush();
-    }
-    ~TableCapture()
-    {
-        g_cstrm.swapSinks(m_sinks);
-        std::remove(m_path.c_str());
-    }
-    std::string text() { return psTestReadFile(m_path); }
-
-private:
-    std::string m_path;
-    psSinks m_sinks;
-};
-
 class ResultsTest : public ::testing::Test {
 protected:
     void SetUp() override
@@ -91,6 +45,7 @@ protected:
         test.tool().setMethodLoop(10);
         test.tool().setFuncTicks(12345.0);
         test.tool().setComment("nLps=10");
+        g_cstrm.tableFlush();
     }
     void TearDown() override { psCpuTicker::m_freqMHz = savedFreq; }
 
@@ -156,8 +111,8 @@ TEST_F(ResultsTest, OutputResultWritesAtTheLevelOfItsCode)
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.code);
-        ConsoleCapture out(uniqueName("results_output.txt"));
-        TableCapture table(uniqueName("results_table.csv"));
+        Capture out;
+        Capture table(g_cstrm);
         g_ostrm.setOutLevel(c.mask);
         test.outputResult(c.code);
         EXPECT_EQ(c.console, out.text());
@@ -166,36 +121,31 @@ TEST_F(ResultsTest, OutputResultWritesAtTheLevelOfItsCode)
     }
 }
 
-TEST_F(ResultsTest, TableLineHasFunctionParametersAndResultCells)
+TEST_F(ResultsTest, TableLinesOfResultsAndNamesAndTheHotMark)
 {
     psDefault_NSC<int> len(64, "len", "");
     psDefault_NSC<psString> file(psString("book1"), "file", "");
     test.addParameter(&len);
     test.addParameter(&file);
-    TableCapture table(uniqueName("results_line.csv"));
-    test.putTableResult(OK);
+    Capture table(g_cstrm);
     // Time (usec) is the clocks of one call over the frequency in MHz.
-    EXPECT_EQ("lumsDemo_8u,64,book1,-,-,-,-,-,-,nLps=10,123,e,12.3,-\n", table.text());
-}
-
-TEST_F(ResultsTest, HotMarkAppearsOnlyWhenTheTitleHasItsColumn)
-{
+    test.putTableResult(OK);
+    test.putTableNameLine();
+    const std::string lines = "lumsDemo_8u,64,book1,-,-,-,-,-,-,nLps=10,123,e,12.3,-\n"
+                              "lumsDemo_8u,len,file,-,-,-,-,-,-,parmNames,-,-,-,-\n";
+    EXPECT_EQ(lines, table.text());
+    // A hot function is marked only when the title has the Interest column.
     psStringList* saved = g_pHotList;
     psStringList hot;
     hot.add("lumsDemo_8u");
     g_pHotList = &hot;
-    {
-        TableCapture table(uniqueName("results_hot5.csv"));
-        test.putTableResult(OK);
-        EXPECT_EQ("lumsDemo_8u,-,-,-,-,-,-,-,-,nLps=10,123,e,12.3,-\n", table.text());
-    }
-    {
-        psTest::m_numResultColm = 6;
-        TableCapture table(uniqueName("results_hot6.csv"));
-        test.putTableResult(OK);
-        EXPECT_EQ("lumsDemo_8u,-,-,-,-,-,-,-,-,nLps=10,123,e,12.3,-,Hot\n", table.text());
-    }
+    test.putTableResult(OK);
+    psTest::m_numResultColm = 6;
+    test.putTableResult(OK);
     g_pHotList = saved;
+    EXPECT_EQ(lines + "lumsDemo_8u,64,book1,-,-,-,-,-,-,nLps=10,123,e,12.3,-\n"
+                      "lumsDemo_8u,64,book1,-,-,-,-,-,-,nLps=10,123,e,12.3,-,Hot\n",
+              table.text());
 }
 
 TEST_F(ResultsTest, DeprecatedValuesGiveAPostponedSecondLine)
@@ -203,8 +153,8 @@ TEST_F(ResultsTest, DeprecatedValuesGiveAPostponedSecondLine)
     psDefault_NSC<int> len(64, "len", "");
     len.addDeprecated(64, "L64");
     test.addParameter(&len);
-    TableCapture table(uniqueName("results_deprecated.csv"));
-    ConsoleCapture out(uniqueName("results_deprecated.txt"));
+    Capture table(g_cstrm);
+    Capture out;
     g_ostrm.setOutLevel(ERR);
     test.outputResult(OK);
     EXPECT_EQ("lumsDemo_8u,64,-,-,-,-,-,-,-,nLps=10,123,e,12.3,-\n", table.text());
@@ -213,15 +163,6 @@ TEST_F(ResultsTest, DeprecatedValuesGiveAPostponedSecondLine)
               "lumsDemo_8u,L64,-,-,-,-,-,-,-,deprecated,123,e,12.3,-\n",
               table.text());
     EXPECT_STREQ("nLps=10", test.getComment()) << "the flag is cleared after the line";
-}
-
-TEST_F(ResultsTest, NameLineListsTheParameterNames)
-{
-    psDefault_NSC<int> len(64, "len", "");
-    test.addParameter(&len);
-    TableCapture table(uniqueName("results_names.csv"));
-    test.putTableNameLine();
-    EXPECT_EQ("lumsDemo_8u,len,-,-,-,-,-,-,-,parmNames,-,-,-,-\n", table.text());
 }
 
 TEST(RegInfo, NamesTheEntryPointsAndTheOneUsedForMeasuring)

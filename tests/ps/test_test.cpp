@@ -4,15 +4,13 @@
 #include "test.h"
 
 #include "conditions.h"
-#include "console_capture.h"
-#include "../pstool/unique_name.h"
 #include "fpguard.h"
+#include "helpers.h"
+#include "iterators.h"
 #include "memory.h"
-#include "parameter.h"
 #include "pp.h"
 #include "registry.h"
 #include "session.h"
-#include "table.h"
 #include "ticker.h"
 
 #include <gtest/gtest.h>
@@ -23,60 +21,19 @@
 
 #include <cstdint>
 #include <cstring>
-#include <functional>
 #include <stdexcept>
 #include <string>
 #include <vector>
 
-// ---------------------------------------------------------------- identity
-
-TEST(TestIdentity, RegistrationInfoAndFileName)
-{
-    struct Case {
-        const char* info;
-        const char* className;
-        const char* testName;
-        const char* macro;
-    };
-    const Case cases[] = {
-        {"TimdcLZSS", "TimdcLZSS", "", ""},
-        {"TimdcLZSS/encode", "TimdcLZSS", "encode", ""},
-        {"TimdcLZSS//PP_REG_I", "TimdcLZSS", "", "PP_REG_I"},
-        {"A/b/c/d", "A", "b", "c/d"},
-        {"", "", "", ""},
-    };
-    for (const Case& c : cases) {
-        psTestInfo i(c.info);
-        EXPECT_STREQ(c.className, i.className) << c.info;
-        EXPECT_STREQ(c.testName, i.testName) << c.info;
-        EXPECT_STREQ(c.macro, i.regMacro) << c.info;
-    }
-    psTest t(nullptr, nullptr, "f", "/work/perf/p_dclzss_ia.cpp", "TimdcLZSS//PP_REG_I");
-    EXPECT_STREQ("p_dclzss_ia.cpp", t.getFileName());
-    EXPECT_STREQ("/work/perf/p_dclzss_ia.cpp", t.getSrcPath());
-}
-
 namespace {
 
-// A parameter stepping through a fixed list of texts.
-class ListParm : public psParameter {
-public:
-    ListParm(const char* name, std::vector<std::string> values) : psParameter(name, ""), m_values(std::move(values)) {}
-    psString valueString() override
+// A parameter stepping through fixed texts, never read from the settings.
+struct Texts : psIterator_NSC<psString> {
+    Texts(const char* name, std::vector<const char*> values) : psIterator_NSC<psString>(psString(), name)
     {
-        return m_cur >= 0 && m_cur < static_cast<int>(m_values.size()) ? psString(m_values[m_cur]) : psString();
+        setAsk(false);
+        for (const char* v : values) add(v);
     }
-    void resetIterator() override { m_cur = -1; }
-    bool firstValue() override
-    {
-        resetIterator();
-        return nextValue();
-    }
-    bool nextValue() override { return ++m_cur < static_cast<int>(m_values.size()); }
-
-private:
-    std::vector<std::string> m_values;
-    int m_cur = -1;
 };
 
 psResult quickLoop(int n, long long* clocks)
@@ -138,11 +95,8 @@ public:
     }
 
     std::vector<psParameter*> parms;
-    bool startOk = true;
-    bool initOk = true;
-    bool throwInBegin = false;
-    bool throwStdInFlushStart = false;
-    std::vector<psResult> timingCodes;  // codes runTiming returns per combination (empty: measure)
+    bool startOk = true, initOk = true, throwInBegin = false, throwStdInFlushStart = false;
+    std::vector<psResult> timingCodes;  // what runTiming returns per combination (empty: measure)
     std::vector<std::string> combos;
     std::vector<psResult> codes;
     int flushes = 0;
@@ -158,15 +112,10 @@ protected:
         psCpuTicker::m_freqMHz = 1000;
         psTest::m_numParmsColm = 9;
         psTest::m_numResultColm = 5;
-        psTest::m_hot = 0;
-        psTest::m_cache = false;
-        psSession::m_nameExit = false;
-        out = new ConsoleCapture(uniqueName("lifecycle.txt"));
         g_ostrm.setOutLevel(ERR | WARN);
     }
     void TearDown() override
     {
-        delete out;
         g_tool = savedTool;
         psCpuTicker::m_freqMHz = savedFreq;
         psTest::m_hot = 0;
@@ -175,33 +124,19 @@ protected:
         while (void* p = psMallocFirst(nullptr, nullptr)) psFree(p);
         psFreeAll();
     }
-    // The console text without the framed report blocks.
-    std::string messages()
-    {
-        std::string all = out->text(), kept;
-        size_t pos = 0;
-        while (pos < all.size()) {
-            size_t end = all.find('\n', pos);
-            end = end == std::string::npos ? all.size() : end + 1;
-            std::string line = all.substr(pos, end - pos);
-            if (line[0] != '|' && line[0] != '+') kept += line;
-            pos = end;
-        }
-        return kept;
-    }
+    bool says(const std::string& line) { return out.text().find(line) != std::string::npos; }
 
     psTool savedTool;
     unsigned savedFreq = 0;
-    ConsoleCapture* out = nullptr;
+    Capture out;
+    Capture table{g_cstrm};
 };
 
 }  // namespace
 
-// ---------------------------------------------------------------- combinations
-
 TEST_F(LifecycleTest, CombinationsRunInOdometerOrder)
 {
-    ListParm letters("letter", {"a", "b"}), digits("digit", {"1", "2"});
+    Texts letters("letter", {"a", "b"}), digits("digit", {"1", "2"});
     ScriptedTest t;
     t.parms = {&letters, &digits};
     EXPECT_EQ(OK, t.run());
@@ -210,109 +145,67 @@ TEST_F(LifecycleTest, CombinationsRunInOdometerOrder)
     EXPECT_EQ(OK, t.getResult());
 }
 
-TEST_F(LifecycleTest, DataProblemsFailTheRun)
+TEST_F(LifecycleTest, OutcomesOfARun)
 {
     struct Case {
-        std::vector<std::string> values;
-        bool startOk;
-        bool initOk;
-        int combos;
+        std::vector<const char*> values;
+        bool startOk, initOk;
+        std::vector<psResult> timing;
+        psResult result;
+        int combos;  // combinations prepared; every one is flushed
         const char* message;
     };
     const Case cases[] = {
-        {{}, true, true, 0, "-- One of argument list for timing is empty\n"},
-        {{"1", "2"}, true, false, 2, "-- Error while initialization of function data\n"},
-        {{"1"}, false, true, 0, "-- Can't start timing\n"},
+        {{}, true, true, {}, DATAFAIL, 0, "-- One of argument list for timing is empty\n"},
+        {{"1", "2"}, true, false, {}, DATAFAIL, 2, "-- Error while initialization of function data\n"},
+        {{"1"}, false, true, {}, DATAFAIL, 0, "-- Can't start timing\n"},
+        // A failure ends the loop after its combination.
+        {{"1", "2", "3"}, true, true, {OK, FUNCFAIL, OK}, FUNCFAIL, 2, ""},
+        {{"1"}, true, true, {UNDEFINED}, FAIL, 1,
+         "-- Internal test problem: runTiming() function returns undefined result\n"},
+        {{"8", "8"}, true, true, {}, DATAWRN, 2, "-- Warning: duplicate lines in performance table (csv-file)\n"},
+        {{"1", "2"}, true, true, {ACCURWRN, OK}, ACCURWRN, 2, ""},
     };
     for (const Case& c : cases) {
-        SCOPED_TRACE(c.message);
-        ListParm p("len", c.values);
+        SCOPED_TRACE(testing::Message() << c.values.size() << " values, result " << c.result);
+        Capture local;
+        Texts p("len", c.values);
         ScriptedTest t;
         t.parms = {&p};
         t.startOk = c.startOk;
         t.initOk = c.initOk;
-        ConsoleCapture local(uniqueName("lifecycle_data.txt"));
-        g_ostrm.setOutLevel(ERR);
-        EXPECT_EQ(DATAFAIL, t.run());
+        t.timingCodes = c.timing;
+        EXPECT_EQ(c.result, t.run());
         EXPECT_EQ(c.combos, static_cast<int>(t.combos.size()));
-        EXPECT_EQ(c.combos, t.flushes) << "every prepared combination is flushed";
+        EXPECT_EQ(c.combos, t.flushes);
         EXPECT_NE(std::string::npos, local.text().find(c.message));
     }
 }
 
 TEST_F(LifecycleTest, HiddenWarningsCountAsOkButKeepTheirCode)
 {
-    ListParm p("len", {"1", "2"});
+    Texts p("len", {"1", "2"});
     ScriptedTest t;
     t.parms = {&p};
     t.timingCodes = {ACCURWRN, OK};
     g_ostrm.setOutLevel(ERR);
     EXPECT_EQ(OK, t.run());
     EXPECT_EQ((std::vector<psResult>{ACCURWRN, OK}), t.codes);
-
-    ScriptedTest shown;
-    shown.parms = {&p};
-    shown.timingCodes = {ACCURWRN, OK};
-    g_ostrm.setOutLevel(ERR | WARN);
-    EXPECT_EQ(ACCURWRN, shown.run());
 }
-
-TEST_F(LifecycleTest, FailureEndsTheLoopAfterItsCombination)
-{
-    ListParm p("len", {"1", "2", "3"});
-    ScriptedTest t;
-    t.parms = {&p};
-    t.timingCodes = {OK, FUNCFAIL, OK};
-    EXPECT_EQ(FUNCFAIL, t.run());
-    EXPECT_EQ(2u, t.combos.size());
-    EXPECT_EQ(2, t.flushes);
-}
-
-TEST_F(LifecycleTest, UndefinedTimingIsAnInternalProblem)
-{
-    ScriptedTest t;
-    t.timingCodes = {UNDEFINED};
-    EXPECT_EQ(FAIL, t.run());
-    EXPECT_NE(std::string::npos,
-              messages().find("-- Internal test problem: runTiming() function returns undefined result\n"));
-}
-
-TEST_F(LifecycleTest, DuplicateParameterSetsWarn)
-{
-    ListParm p("len", {"8", "8"});
-    ScriptedTest t;
-    t.parms = {&p};
-    psSinks table;
-    std::string path = psTestTempPath(uniqueName("lifecycle_dup.csv"));
-    table.addStream(path.c_str(), false);
-    g_cstrm.swapSinks(table);
-    psResult r = t.run();
-    g_cstrm.swapSinks(table);
-    std::remove(path.c_str());
-    EXPECT_EQ(DATAWRN, r);
-    EXPECT_NE(std::string::npos, messages().find("-- Warning: duplicate lines in performance table (csv-file)\n"));
-}
-
-// ---------------------------------------------------------------- modes
 
 TEST_F(LifecycleTest, ModesThatMeasureNothing)
 {
-    {
-        psTest::m_cache = true;
-        ScriptedTest t;
-        EXPECT_EQ(UNDEFINED, t.run());
-        EXPECT_TRUE(t.combos.empty());
-        EXPECT_NE(std::string::npos, messages().find("-- Can't run In-Outof-Cache timing: no program support for "
-                                                     "function lumsScripted_8u\n"));
-        psTest::m_cache = false;
-    }
-    {
-        psSession::m_nameExit = true;
-        ScriptedTest t;
-        EXPECT_EQ(OK, t.run());
-        EXPECT_TRUE(t.combos.empty());
-        psSession::m_nameExit = false;
-    }
+    psTest::m_cache = true;
+    ScriptedTest cache;
+    EXPECT_EQ(UNDEFINED, cache.run());
+    EXPECT_TRUE(cache.combos.empty());
+    EXPECT_TRUE(says("-- Can't run In-Outof-Cache timing: no program support for function lumsScripted_8u\n"));
+    psTest::m_cache = false;
+
+    psSession::m_nameExit = true;
+    ScriptedTest names;
+    EXPECT_EQ(OK, names.run());
+    EXPECT_TRUE(names.combos.empty());
 }
 
 TEST_F(LifecycleTest, HotOnlyModeSelectsAndMeasuresHotFunctions)
@@ -331,7 +224,7 @@ TEST_F(LifecycleTest, HotOnlyModeSelectsAndMeasuresHotFunctions)
     g_ostrm.setOutLevel(ERR | WARN | PERF);
     cold.run();
     EXPECT_TRUE(cold.codes.empty());
-    EXPECT_NE(std::string::npos, messages().find("  measuring is omitted: not hot line\n"));
+    EXPECT_TRUE(says("  measuring is omitted: not hot line\n"));
     g_pHotList = saved;
 }
 
@@ -339,7 +232,7 @@ TEST_F(LifecycleTest, HotOnlyModeSelectsAndMeasuresHotFunctions)
 
 TEST_F(LifecycleTest, CrashInMeasuredCodeFailsOnlyThatTest)
 {
-    ListParm p("len", {"1", "2"});
+    Texts p("len", {"1", "2"});
     ScriptedTest crashing(crashingLoop);
     crashing.parms = {&p};
 #if defined(__SANITIZE_ADDRESS__)
@@ -347,7 +240,7 @@ TEST_F(LifecycleTest, CrashInMeasuredCodeFailsOnlyThatTest)
     __lsan::ScopedDisabler lostOnPurpose;
 #endif
     EXPECT_EQ(EXCPTFAIL, crashing.run());
-    EXPECT_NE(std::string::npos, messages().find("--LUM. Signal: Illegal storage access.\n"));
+    EXPECT_TRUE(says("--LUM. Signal: Illegal storage access.\n"));
     EXPECT_EQ(1u, crashing.combos.size());
     EXPECT_EQ(1, crashing.flushes) << "the interrupted combination's data is still flushed";
     EXPECT_EQ(ERR | WARN, g_ostrm.getOutLevel());
@@ -363,9 +256,8 @@ TEST_F(LifecycleTest, InvalidOperationGivesABadStatusWarning)
     EXPECT_EQ((std::vector<psResult>{BADSTSWRN}), t.codes);
     EXPECT_TRUE(t.badSSXSeen());
     EXPECT_FALSE(t.badX87Seen());
-    std::string text = messages();
-    EXPECT_NE(std::string::npos, text.find("-- Status    SSX: ?Invalid \n"));
-    EXPECT_NE(std::string::npos, text.find("-- modified control status on test parameters:\n"));
+    EXPECT_TRUE(says("-- Status    SSX: ?Invalid \n"));
+    EXPECT_TRUE(says("-- modified control status on test parameters:\n"));
 }
 
 TEST_F(LifecycleTest, UnmaskedExceptionTrapsAndTheEnvironmentIsRestored)
@@ -379,42 +271,37 @@ TEST_F(LifecycleTest, UnmaskedExceptionTrapsAndTheEnvironmentIsRestored)
     psResult r = t.run();
     psSSX::setExceptionValue(8064);
     EXPECT_EQ(EXCPTFAIL, r);
-    EXPECT_NE(std::string::npos,
-              messages().find("--LUM. Signal: FP error, such as overflow, division by zero, invalid operation.\n"));
+    EXPECT_TRUE(says("--LUM. Signal: FP error, such as overflow, division by zero, invalid operation.\n"));
     EXPECT_EQ(mxcsr & ~63u, ps_get_ssx() & ~63u) << "the masks are back as they were";
 }
 
 TEST_F(LifecycleTest, ExceptionsAreReported)
 {
-    {
-        ScriptedTest t;
-        t.throwInBegin = true;
-        EXPECT_EQ(EXCPTFAIL, t.run());
-        EXPECT_NE(std::string::npos, messages().find("--LUM. Exception: boom\n"));
-    }
-    {
-        ScriptedTest t;
-        t.throwStdInFlushStart = true;
-        EXPECT_EQ(EXCPTFAIL, t.run()) << "after a clean measurement";
-        EXPECT_EQ((std::vector<psResult>{OK}), t.codes);
-        EXPECT_NE(std::string::npos, messages().find("--LUM. Exception: vector too long\n"));
-    }
-    {
-        psDefault_NSC<int> len(16, "len", "");
-        ScriptedTest t;
-        t.parms = {&len};
-        g_istrm.data().set("len", "abc");
-        psResult r = t.run();
-        g_istrm.data().clear();
-        EXPECT_EQ(EXCPTFAIL, r);
-        EXPECT_NE(std::string::npos, messages().find("--LUM. Exception: Invalid value of len = abc\n"));
-        EXPECT_TRUE(t.combos.empty()) << "no measurement with a half-translated parameter";
-    }
+    ScriptedTest begin;
+    begin.throwInBegin = true;
+    EXPECT_EQ(EXCPTFAIL, begin.run());
+    EXPECT_TRUE(says("--LUM. Exception: boom\n"));
+
+    ScriptedTest flush;
+    flush.throwStdInFlushStart = true;
+    EXPECT_EQ(EXCPTFAIL, flush.run()) << "after a clean measurement";
+    EXPECT_EQ((std::vector<psResult>{OK}), flush.codes);
+    EXPECT_TRUE(says("--LUM. Exception: vector too long\n"));
+
+    psDefault_NSC<int> len(16, "len", "");
+    ScriptedTest refused;
+    refused.parms = {&len};
+    g_istrm.data().set("len", "abc");
+    psResult r = refused.run();
+    g_istrm.data().clear();
+    EXPECT_EQ(EXCPTFAIL, r);
+    EXPECT_TRUE(says("--LUM. Exception: Invalid value of len = abc\n"));
+    EXPECT_TRUE(refused.combos.empty()) << "no measurement with a half-translated parameter";
 }
 
 TEST_F(LifecycleTest, StartAndStopReportsExceptionsAndRestoresTheMask)
 {
-    ListParm p("len", {"1"});
+    Texts p("len", {"1"});
     ScriptedTest t;
     t.parms = {&p};
     t.startAndStop();
@@ -422,11 +309,9 @@ TEST_F(LifecycleTest, StartAndStopReportsExceptionsAndRestoresTheMask)
     t.parameters().clear();
     t.throwInBegin = true;
     t.startAndStop();
-    EXPECT_EQ("--LUM. Exception: boom in startAndStop of lumsScripted_8u test\n", messages());
+    EXPECT_EQ("--LUM. Exception: boom in startAndStop of lumsScripted_8u test\n", out.text());
     EXPECT_EQ(ERR | WARN, g_ostrm.getOutLevel());
 }
-
-// ---------------------------------------------------------------- allocation
 
 TEST_F(LifecycleTest, AllocationAppliesAlignmentAndMutualShift)
 {
@@ -500,22 +385,13 @@ TEST_F(LifecycleTest, MemoryCopyIsMeasuredThroughTheWholeLifecycle)
     g_tool.setMethodAuto();
     CopyTest t(copyCall);
     g_ostrm.setOutLevel(ERR | WARN | PERF);
-    psSinks table;
-    std::string path = psTestTempPath(uniqueName("lifecycle_copy.csv"));
-    table.addStream(path.c_str(), false);
-    g_cstrm.swapSinks(table);
-    psResult r = t.run();
-    g_cstrm.swapSinks(table);
-    std::string csv = psTestReadFile(path);
-    std::remove(path.c_str());
-
-    EXPECT_LE(r, ACCURWRN) << messages();
+    EXPECT_LE(t.run(), ACCURWRN) << out.text();
     EXPECT_GT(t.tool().getFuncClocks(), 0.0);
     EXPECT_EQ(nullptr, g_src.data()) << "data freed after the run";
-    std::string text = messages();
-    EXPECT_NE(std::string::npos, text.find("len=4096 \n"));
-    EXPECT_NE(std::string::npos, text.find("perf="));
-    EXPECT_NE(std::string::npos, text.find("/  4.1e+03=")) << "the divisor in the framework's number format";
+    EXPECT_TRUE(says("len=4096 \n"));
+    EXPECT_TRUE(says("perf="));
+    EXPECT_TRUE(says("/  4.1e+03=")) << "the divisor in the framework's number format";
+    const std::string csv = table.text();
     EXPECT_EQ(0u, csv.find("lumsCopy_8u,4096,-,-,-,-,-,-,-,nLps=")) << csv;
     EXPECT_NE(std::string::npos, csv.find(",e,"));
     std::printf("[ measured ] memcpy of 4096 bytes: %.3f clocks per byte\n", t.performance(false));

@@ -2,8 +2,7 @@
 // that the loop counts, accuracy figures and fallbacks can be checked exactly.
 #include "timing.h"
 
-#include "../ps/console_capture.h"
-#include "unique_name.h"
+#include "../ps/helpers.h"
 #include "fpguard.h"
 
 #include <gtest/gtest.h>
@@ -130,7 +129,7 @@ TEST_F(TimingTest, AutoScalesThePriorMeasurementAndStopsWhenTwoResultsAgree)
 TEST_F(TimingTest, ZeroClocksAreRetriedOnceThenTheAutoMethodFails)
 {
     g_s.perLoop = [](int, int) { return 0.0; };
-    ConsoleCapture out(uniqueName("timing_zero.txt"));
+    Capture out;
     g_ostrm.setOutLevel(ERR | INFO);
     EXPECT_EQ(ACCURFAIL, tool.timing(loopKernel, nullptr, nullptr, nullptr));
     EXPECT_EQ((std::vector<int>{1, 1, 10, 10}), g_s.counts);
@@ -213,7 +212,7 @@ TEST_F(TimingTest, BadStatusIsAvoidedByHalvingTheLoopsWhenInitCallsAreOn)
         psTool t;
         t.setCallInit(c.callInit);
         g_s.raiseInvalid = [&c](int n) { return n >= c.firstBadLoops; };
-        ConsoleCapture out(uniqueName("timing_badstatus.txt"));
+        Capture out;
         g_ostrm.setOutLevel(ERR | WARN);
         EXPECT_EQ(OK, t.timing(loopKernel, nullptr, nullptr, nullptr));
         EXPECT_EQ(c.loops, g_s.counts);
@@ -232,7 +231,7 @@ TEST_F(TimingTest, BadStatusIsAvoidedByHalvingTheLoopsWhenInitCallsAreOn)
 TEST_F(TimingTest, ManualAndStatisticFallBackOnEachOther)
 {
     {
-        ConsoleCapture out(uniqueName("timing_fallback1.txt"));
+        Capture out;
         g_ostrm.setOutLevel(ERR);
         tool.setMethodLoop(7);
         EXPECT_EQ(OK, tool.timing(nullptr, statKernel, nullptr, nullptr));
@@ -246,7 +245,7 @@ TEST_F(TimingTest, ManualAndStatisticFallBackOnEachOther)
     }
     SetUp();
     {
-        ConsoleCapture out(uniqueName("timing_fallback2.txt"));
+        Capture out;
         g_ostrm.setOutLevel(ERR);
         tool.setMethodStat(12, 5000);
         EXPECT_EQ(OK, tool.timing(loopKernel, nullptr, nullptr, nullptr));
@@ -262,7 +261,7 @@ TEST_F(TimingTest, ManualAndStatisticFallBackOnEachOther)
 
 TEST_F(TimingTest, ManualLogsItsStepsAtTheProcessLevel)
 {
-    ConsoleCapture out(uniqueName("timing_manual.txt"));
+    Capture out;
     g_ostrm.setOutLevel(ERR | INFO);
     tool.setMethodLoop(10);
     // The first measurement reports nothing and is repeated once.
@@ -357,7 +356,7 @@ TEST_F(TimingTest, CustomFunctionStoresItsOwnClocks)
 TEST_F(TimingTest, MissingEntryPointsAndUnknownMethodsAreInternalErrors)
 {
     {
-        ConsoleCapture out(uniqueName("timing_none.txt"));
+        Capture out;
         g_ostrm.setOutLevel(ERR);
         EXPECT_EQ(FAIL, tool.timing(nullptr, nullptr, nullptr, nullptr));
         EXPECT_EQ(" Internal test problem: The test cannot execute standard timing.\n"
@@ -365,7 +364,7 @@ TEST_F(TimingTest, MissingEntryPointsAndUnknownMethodsAreInternalErrors)
                   out.text());
     }
     {
-        ConsoleCapture out(uniqueName("timing_method.txt"));
+        Capture out;
         g_ostrm.setOutLevel(ERR);
         tool.setMethod(7);
         EXPECT_EQ(FAIL, tool.timing(loopKernel, nullptr, nullptr, nullptr));
