@@ -108,11 +108,7 @@ TEST(IniKeys, PressingMeasuresOnlyFunctionsWithASection)
 
 TEST(IniKeys, DialogueAnsweredOnStandardInput)
 {
-    struct Case {
-        std::vector<std::string> args;
-        std::string answers;
-        std::vector<std::string> shown, notShown;
-    };
+    struct Case { std::vector<std::string> args; std::string answers; std::vector<std::string> shown, notShown; };
     const Case cases[] = {
         // A refused answer is asked again; Manual timing has no accuracy to ask.
         {{"-f=none", "-ATiming"}, "Manual\n0\n100\n",

@@ -10,10 +10,7 @@
 
 namespace {
 
-struct EchoCase {
-    std::vector<std::string> args;
-    std::vector<std::string> lines;
-};
+struct EchoCase { std::vector<std::string> args; std::vector<std::string> lines; };
 
 class Keys : public ::testing::Test {
 protected:
@@ -43,14 +40,18 @@ TEST_F(Keys, EchoLinesOfANormalRun)
         {{"-dLen=5", "-d", "-d=5", "-dnoequals", "-d =x"},
          {"-dLen=5: set PS parameter Len=5", "-d: ignored: empty data argument", "-d=5: ignored: incorrect data format",
           "-dnoequals: ignored: incorrect data format", "-d =x: ignored: incorrect data format"}},
-        {{"-LDATA", "-Lxyz", "-LERR", "-LM"},
+        // Level words are read letter by letter, upper case only.
+        {{"-LDATA", "-Lxyz", "-LERR", "-LM", "-LERRWARN", "-Lperf", "-LINFO"},
          {"-LDATA: write errors,warnings,performance results,tracing info,data info to console",
           "-Lxyz: ignored: incorrect level of console output", "-LERR: write errors to console",
-          "-LM: write errors,warnings,performance results,memory info to console"}},
-        {{"-fabc", "-f+abc", "-f-abc", "-f=abc", "-f", "-f="},
+          "-LM: write errors,warnings,performance results,memory info to console",
+          "-LERRWARN: write errors,warnings to console", "-Lperf: ignored: incorrect level of console output",
+          "-LINFO: write errors,warnings,performance results,measurement process to console"}},
+        {{"-fabc", "-f+abc", "-f-abc", "-f=abc", "-f", "-f=", "-f--x"},
          {"-fabc: test functions containing 'abc'", "-f+abc: don't test functions without 'abc' in the name",
           "-f-abc: don't test functions containing 'abc'", "-f=abc: test function equal to 'abc'",
-          "-f: ignored: empty function pattern", "-f=: ignored: empty function pattern"}},
+          "-f: ignored: empty function pattern", "-f=: ignored: empty function pattern",
+          "-f--x: don't test functions containing '-x'"}},
         {{"-tabc", "-t+abc", "-t-abc", "-t=abc", "-t-"},
          {"-tabc: run tests containing 'abc'", "-t+abc: don't run tests which doesn't contain 'abc'",
           "-t-abc: don't run tests containing 'abc'", "-t=abc: run test equal to 'abc'",
@@ -219,10 +220,7 @@ TEST_F(Keys, HelpDisplays)
 TEST_F(Keys, KeyHelp)
 {
     const std::string tail = "\nUse -h option to type full key list\n";
-    const struct {
-        const char* key;
-        std::string text;
-    } cases[] = {
+    const struct { const char* key; std::string text; } cases[] = {
         {"-hx", "EXTENDED KEY HELP\nKey -x is not valid\n"},
         {"-he", "EXTENDED KEY HELP\n-e               = enumerate tests and exit\nNo extended description for this key\n"},
         {"-h?",

@@ -45,11 +45,7 @@ protected:
 
 TEST_F(ReportFiles, PerformanceTableTitleAndLineWidths)
 {
-    struct Case {
-        std::vector<std::string> extra;
-        std::string title;
-        size_t width;
-    } cases[] = {
+    struct Case { std::vector<std::string> extra; std::string title; size_t width; } cases[] = {
         {{}, kTitle, 14},
         {{"-H"}, std::string(kTitle) + ",Interest", 15},
     };

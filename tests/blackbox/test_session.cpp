@@ -74,11 +74,7 @@ TEST(SessionFiles, ProgramFoundThroughTheSearchPath)
 
 TEST(SessionFiles, LowerCaseCreatesUpperCaseAppends)
 {
-    const struct {
-        const char* key;
-        const char* file;
-        bool keepsOld;
-    } cases[] = {
+    const struct { const char* key; const char* file; bool keepsOld; } cases[] = {
         {"-o", "perfdc.txt", false}, {"-O", "perfdc.txt", true},     {"-r", "perfdc.csv", false},
         {"-R", "perfdc.csv", true},  {"-u", "perfdc_sum.csv", false}, {"-U", "perfdc_sum.csv", true},
         {"-q", "perfdc_name.csv", false},
@@ -200,10 +196,7 @@ TEST(SessionSources, NoKeysAtAllRunsEverything)
 
 TEST(SessionStops, WhatEachStopPrints)
 {
-    const struct {
-        std::vector<std::string> args;
-        bool sorting, header, summary, help;
-    } cases[] = {
+    const struct { std::vector<std::string> args; bool sorting, header, summary, help; } cases[] = {
         {{"-B", "-f=none"}, true, true, true, false},
         {{"-B", "-f=none", "-s-"}, false, true, true, false},
         {{"-s-", "-s", "-B", "-f=none"}, false, true, true, false},

@@ -1,5 +1,5 @@
-// Core services: status texts, feature and level tables, feature selection, thread
-// budget, cache size and version records.
+// Core services: status texts, feature detection and selection, thread budget,
+// cache size and the level named in the version records.
 #include <gtest/gtest.h>
 #include <unistd.h>
 
@@ -11,7 +11,6 @@
 
 namespace {
 
-const LumCpuFeatureName kFeatureNames[] = LUM_CPU_FEATURE_NAMES;
 const LumCpuFeatureName kLevels[] = LUM_CPU_LEVELS;
 
 Lum64u detectedFeatures() {
@@ -42,30 +41,6 @@ TEST(StatusString, EveryCodeHasItsOwnTextAndOthersAreUnknown) {
     }
     EXPECT_STREQ(lumGetStatusString(lumStsCpuNotSupportedErr), "Error: CPU feature not available");
     for (LumStatus s : {4, 100, -11, -1000, 0x7FFFFFFF}) EXPECT_STREQ(lumGetStatusString(s), "Unknown status") << s;
-}
-
-TEST(FeatureTables, NamesCoverEachBitOnceInBitOrder) {
-    Lum64u all = 0;
-    std::set<std::string> names;
-    int bit = 0;
-    for (const LumCpuFeatureName& f : kFeatureNames) {
-        EXPECT_EQ(f.mask, Lum64u{1} << bit) << f.name;
-        EXPECT_TRUE(names.insert(f.name).second) << f.name;
-        all |= f.mask;
-        ++bit;
-    }
-    EXPECT_EQ(all, lumCpuFeatureAll);
-}
-
-TEST(FeatureTables, LevelsGrowFromTheBaseline) {
-    ASSERT_GE(std::size(kLevels), 2u);
-    EXPECT_STREQ(kLevels[0].name, "SSE2");
-    EXPECT_EQ(kLevels[0].mask, lumCpuFeatureSSE2);
-    for (size_t i = 1; i < std::size(kLevels); ++i) {
-        EXPECT_EQ(kLevels[i].mask & kLevels[i - 1].mask, kLevels[i - 1].mask) << kLevels[i].name;
-        EXPECT_NE(kLevels[i].mask, kLevels[i - 1].mask) << kLevels[i].name;
-        EXPECT_EQ(kLevels[i].mask & ~lumCpuFeatureAll, 0u) << kLevels[i].name;
-    }
 }
 
 TEST(CpuFeatures, DetectionIsConsistent) {
@@ -164,14 +139,8 @@ TEST_F(CoreState, VersionRecordsNameTheLibraryAndTheLevelInForce) {
         {"lumcore", lumGetLibVersion}, {"lums", lumsGetLibVersion}, {"lumdc", lumdcGetLibVersion}};
     for (const auto& [name, get] : libraries) {
         ASSERT_EQ(lumSetCpuFeatures(lumCpuLevelSSE2), lumStsNoErr);
-        const LumLibraryVersion* v = get();
-        ASSERT_NE(v, nullptr);
-        EXPECT_EQ(v->major, 9);
-        EXPECT_EQ(v->minor, 0);
-        EXPECT_EQ(std::string(v->Name).rfind(std::string(name) + " SSE2", 0), 0u) << v->Name;
-        EXPECT_STREQ(v->targetCpu, "px");
-        EXPECT_EQ(std::string(v->Version).rfind("9.0.0", 0), 0u) << v->Version;
-        EXPECT_GE(std::string(v->BuildDate).size(), 11u);
+        ASSERT_NE(get(), nullptr);
+        EXPECT_EQ(std::string(get()->Name).rfind(std::string(name) + " SSE2", 0), 0u) << get()->Name;
 
         ASSERT_EQ(lumInit(), lumStsNoErr);
         const char* highest = kLevels[0].name;

@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdio>
+#include <filesystem>
 #include <fstream>
 #include <string>
 #include <unistd.h>
@@ -34,12 +35,16 @@ class KernelTest : public ::testing::Test {
 protected:
     void SetUp() override
     {
-        script.clear();
-        calls = resets = 0;
         savedText = lum_GetStatusString;
         lum_GetStatusString = statusText;
         savedMask = g_ostrm.getOutLevel();
         g_ostrm.setOutLevel(0);  // keep the status lines off the test's output
+        restart({});
+    }
+    static void restart(const std::vector<int>& statuses)
+    {
+        script = statuses;
+        calls = resets = 0;
         psTest::m_currentResult = UNDEFINED;
     }
     void TearDown() override
@@ -72,8 +77,7 @@ TEST_F(KernelTest, StatisticKernelCountsTimedCallsAfterTheWarmUp)
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.calls);
-        SetUp();
-        script = c.statuses;
+        restart(c.statuses);
         int count = c.minCalls;
         long long clocks = c.minClocks;
         EXPECT_EQ(c.result, (dcStatKernel<fakeCall>(&count, &clocks, "lumsFake_8u")));
@@ -98,11 +102,7 @@ TEST_F(KernelTest, StatisticKernelGoesOnUntilTheClockMinimumIsMet)
 
 TEST_F(KernelTest, LoopKernelMakesEveryCallAndChecksTheLastStatus)
 {
-    struct Case {
-        std::vector<int> statuses;
-        int loops;
-        psResult result;
-    };
+    struct Case { std::vector<int> statuses; int loops; psResult result; };
     const Case cases[] = {
         {{}, 0, OK},
         {{-1}, 0, FUNCFAIL},        // with no loops the warm-up's status is checked
@@ -112,8 +112,7 @@ TEST_F(KernelTest, LoopKernelMakesEveryCallAndChecksTheLastStatus)
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.loops);
-        SetUp();
-        script = c.statuses;
+        restart(c.statuses);
         long long clocks = -1;
         EXPECT_EQ(c.result, (dcLoopKernel<fakeCall, fakeReset>(c.loops, &clocks, "lumsFake_8u")));
         EXPECT_EQ(c.loops + 1, calls);
@@ -124,92 +123,38 @@ TEST_F(KernelTest, LoopKernelMakesEveryCallAndChecksTheLastStatus)
 
 // ---------------------------------------------------------------- loading rule
 
-namespace {
-
-class LoadRuleTest : public ::testing::Test {
-protected:
-    void SetUp() override
-    {
-        dir = std::string(::testing::TempDir()) + "dcload_" + std::to_string(getpid()) + "/";
-        std::string cmd = "mkdir -p " + dir;
-        ASSERT_EQ(0, std::system(cmd.c_str()));
-        savedIn = psPaths::m_inDir;
-        psPaths::m_inDir = dir.c_str();
-        savedMask = g_ostrm.getOutLevel();
-        g_ostrm.setOutLevel(0);
-        regTestParameters();
-    }
-    void TearDown() override
-    {
-        psPaths::m_inDir = savedIn;
-        g_ostrm.setOutLevel(savedMask);
-        std::string cmd = "rm -rf " + dir;
-        if (std::system(cmd.c_str()) != 0) ADD_FAILURE() << "cannot remove " << dir;
-    }
-    void makeFile(const std::string& name, int size)
-    {
-        std::ofstream f(dir + name, std::ios::binary);
-        f << std::string(static_cast<size_t>(size), 'x');
-    }
-    // Loads `file` with CodeLength at `len` under the repeated-length rule.
-    int load(const std::string& file, int len)
-    {
-        g_codeFile.translate(file.c_str());
-        g_codeFile.firstValue();
-        std::vector<char> buf(static_cast<size_t>(len));
-        return dcLoadDataFile(buf.data(), len, &g_codeLen);
-    }
-    std::string dir;
-    psString savedIn;
-    OutputLevel savedMask = 0;
-};
-
-}  // namespace
-
-TEST_F(LoadRuleTest, RepeatedLengthRulePassesOverShortFiles)
+TEST(LoadRule, RepeatedLengthRulePassesOverShortFiles)
 {
-    makeFile("f20000", 20000);
-    makeFile("f32768", 32768);
-    makeFile("empty", 0);
-    struct Case {
-        const char* file;
-        int len;
-        int got;
-    };
+    const std::string dir = std::string(::testing::TempDir()) + "dcload_" + std::to_string(getpid()) + "/";
+    std::filesystem::create_directories(dir);
+    const psString savedIn = psPaths::m_inDir;
+    psPaths::m_inDir = dir.c_str();
+    const OutputLevel savedMask = g_ostrm.getOutLevel();
+    g_ostrm.setOutLevel(0);
+    regTestParameters();
+    for (const auto& [name, size] : {std::pair<const char*, int>{"f20000", 20000}, {"f32768", 32768}, {"empty", 0}})
+        std::ofstream(dir + name, std::ios::binary) << std::string(static_cast<size_t>(size), 'x');
+
+    struct Case { const char* file; int len; bool rule; int got; };
     const Case cases[] = {
-        {"f20000", 16384, 16384},  // the lower bound is never passed over
-        {"f20000", 32768, 20000},  // more than 32768 / 2 bytes were read
-        {"f20000", 65536, 0},      // 65536 / 2 >= 20000
-        {"f32768", 32768, 32768},
-        {"f32768", 65536, 0},      // 32768 >= 32768
-        {"empty", 16384, 0},
-        {"missing", 16384, 0},
+        {"f20000", 16384, true, 16384},  // the lower bound of CodeLength is never passed over
+        {"f20000", 32768, true, 20000},  // more than 32768 / 2 bytes were read
+        {"f20000", 65536, true, 0},      // 65536 / 2 >= 20000
+        {"f32768", 32768, true, 32768},
+        {"f32768", 65536, true, 0},      // 32768 >= 32768
+        {"empty", 16384, true, 0},
+        {"missing", 16384, true, 0},
+        {"f20000", 262144, false, 20000},  // without the rule any non-empty read is used
+        {"empty", 16384, false, 0},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(std::string(c.file) + " " + std::to_string(c.len));
-        EXPECT_EQ(c.got, load(c.file, c.len));
+        g_codeFile.translate(c.file);
+        g_codeFile.firstValue();
+        std::vector<char> buf(static_cast<size_t>(c.len));
+        EXPECT_EQ(c.got, dcLoadDataFile(buf.data(), c.len, c.rule ? &g_codeLen : nullptr));
     }
-}
-
-TEST_F(LoadRuleTest, WithoutTheRuleAnyNonEmptyReadIsUsed)
-{
-    makeFile("small", 100);
-    g_codeFile.translate("small");
-    g_codeFile.firstValue();
-    std::vector<char> buf(65536);
-    EXPECT_EQ(100, dcLoadDataFile(buf.data(), 65536));
-}
-
-TEST(SharedParameters, RegisteredValues)
-{
-    regTestParameters();
-    std::vector<int> lens;
-    for (bool more = g_codeLen.firstValue(); more; more = g_codeLen.nextValue()) lens.push_back(g_codeLen.value());
-    EXPECT_EQ((std::vector<int>{16384, 32768, 65536, 131072, 262144}), lens);
-    std::vector<int> huff;
-    for (bool more = g_huffLen.firstValue(); more; more = g_huffLen.nextValue()) huff.push_back(g_huffLen.value());
-    EXPECT_EQ((std::vector<int>{1024, 2048, 4096, 8192, 16384, 32768}), huff);
-    EXPECT_EQ(14, g_codeFile.count());
-    EXPECT_STREQ("bib", g_codeFile.front().c_str());
-    EXPECT_STREQ("trans", g_codeFile.back().c_str());
+    psPaths::m_inDir = savedIn;
+    g_ostrm.setOutLevel(savedMask);
+    std::filesystem::remove_all(dir);
 }

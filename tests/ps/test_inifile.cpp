@@ -46,12 +46,7 @@ TEST_F(IniFileTest, ReadsLinesSectionsAndComments)
         "later = yes\n");
     psIniFile ini;
     ASSERT_TRUE(ini.open(path.c_str(), false));
-    struct Case {
-        const char* section;
-        const char* name;
-        const char* value;
-        bool exists;
-    };
+    struct Case { const char* section; const char* name; const char* value; bool exists; };
     const Case cases[] = {
         {"Perf System", "len", "64", true},  // first occurrence wins; comment cut
         {"Perf System", "later", "yes", true},  // second part of the section merged in

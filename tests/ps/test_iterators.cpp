@@ -57,10 +57,7 @@ TEST(StepIterator, TextsValuesAndDescriptions)
 TEST(StepIterator, RefusalsKeepThePreviousDefinition)
 {
     const char* conflict = "Conflict between iterator limits and operation";
-    const struct {
-        const char* text;
-        const char* message;
-    } cases[] = {
+    const struct { const char* text; const char* message; } cases[] = {
         {"10 100 -10", conflict}, {"1 100 *1", conflict}, {"0 100 *2", conflict}, {"100 1 *2", conflict},
         {"1 100 +0", conflict},   {"", "Empty iterator definition"},             {" ; ;", "Empty iterator definition"},
         {"x 10 +1", "Invalid first value = x"},   {"1 y +1", "Invalid last value = y"},

@@ -70,10 +70,7 @@ private:
 
 TEST_F(SessionKeys, SettingsLeftByKeys)
 {
-    const struct {
-        std::vector<std::string> args;
-        std::function<void(psSession&)> check;
-    } cases[] = {
+    const struct { std::vector<std::string> args; std::function<void(psSession&)> check; } cases[] = {
         {{"-B", "-ATiming"}, [](psSession& s) { EXPECT_EQ(s.askMode, 0); }},
         {{"-Axyz"}, [](psSession& s) { EXPECT_EQ(s.askMode, 15); }},
         {{"-Lxyz"}, [](psSession& s) { EXPECT_EQ(s.levelMode, 1); }},

@@ -8,44 +8,20 @@
 
 namespace {
 
-// A fake library: every entry reports what it was asked and returns a set status.
+// A fake library: every entry records what it was asked and returns a set status.
 struct FakeLum {
-    static LumStatus setStatus, initStatus, threadStatus;
-    static int initCalls, threads;
-    static Lum64u mask;
-    static LumStatus init()
-    {
-        ++initCalls;
-        return initStatus;
-    }
-    static LumStatus setCpu(Lum64u m)
-    {
-        mask = m;
-        return setStatus;
-    }
-    static LumStatus setThreads(int n)
-    {
-        threads = n;
-        return threadStatus;
-    }
-    static LumStatus getThreads(int* n)
-    {
-        *n = 4;
-        return 0;
-    }
-    static const char* text(LumStatus s) { return s < 0 ? "fake error" : s > 0 ? "fake warning" : "fake ok"; }
+    static inline LumStatus setStatus, initStatus, threadStatus;
+    static inline int initCalls, threads;
+    static inline Lum64u mask;
     static void environment()
     {
-        lum_Init = init;
-        lum_SetCpuFeatures = setCpu;
-        lum_SetNumThreads = setThreads;
-        lum_GetNumThreads = getThreads;
-        lum_GetStatusString = text;
+        lum_Init = [] { ++initCalls; return initStatus; };
+        lum_SetCpuFeatures = [](Lum64u m) { mask = m; return setStatus; };
+        lum_SetNumThreads = [](int n) { threads = n; return threadStatus; };
+        lum_GetNumThreads = [](int* n) { *n = 4; return LumStatus(0); };
+        lum_GetStatusString = [](LumStatus s) { return s < 0 ? "fake error" : s > 0 ? "fake warning" : "fake ok"; };
     }
 };
-LumStatus FakeLum::setStatus, FakeLum::initStatus, FakeLum::threadStatus;
-int FakeLum::initCalls, FakeLum::threads;
-Lum64u FakeLum::mask;
 
 class LibEnv : public ::testing::Test {
 protected:
@@ -95,7 +71,8 @@ TEST_F(LibEnv, StartUpMessagesThroughTheLibrary)
         FakeLum::setStatus = c.setStatus;
         FakeLum::initStatus = c.initStatus;
         FakeLum::threadStatus = c.threadStatus;
-        FakeLum::initCalls = 0;
+        FakeLum::initCalls = FakeLum::threads = 0;
+        FakeLum::mask = 0;
         setLumEnvironment();
         s_cpuFeature = c.cpu;
         s_numThreads = c.threads;
@@ -106,6 +83,8 @@ TEST_F(LibEnv, StartUpMessagesThroughTheLibrary)
         EXPECT_EQ(cap.text(), c.expected + integrated);
         // lumInit runs silently without -T, and after a refused mask.
         EXPECT_EQ(FakeLum::initCalls, (c.cpu == 0 || c.setStatus < 0) ? 1 : 0);
+        EXPECT_EQ(FakeLum::mask, c.cpu);
+        EXPECT_EQ(FakeLum::threads, c.threads);
     }
 }
 
@@ -130,10 +109,7 @@ TEST(CpuFeatures, NamesAndLabels)
     const Lum64u avx2Level = psCpuFeatures::cpuFeatures("AVX2");
     ASSERT_NE(avx2Level, 0u);
     EXPECT_NE(avx2Level, lumCpuFeatureAVX2);  // a level is a cumulative mask
-    const struct {
-        const char* text;
-        Lum64u mask;
-    } cases[] = {
+    const struct { const char* text; Lum64u mask; } cases[] = {
         {"SSE2", lumCpuFeatureSSE2},
         {"sse2", lumCpuFeatureSSE2},
         {"SSE2|AVX", lumCpuFeatureSSE2 | lumCpuFeatureAVX},

@@ -128,12 +128,7 @@ TEST(Parameter, DeprecatedTextOnlyWhileFlagged)
 {
     psDefault_NSC<int> level(0, "level");
     level.addDeprecated(0, "none");
-    const struct {
-        int value;
-        bool flag;
-        int format;
-        const char* cell;
-    } cases[] = {
+    const struct { int value; bool flag; int format; const char* cell; } cases[] = {
         {0, true, 0, "none"}, {0, false, 0, "0"}, {5, true, 0, "5"}, {5, false, psParameter::FMT_QUOTED, " \"5\""},
     };
     for (const auto& c : cases) {

@@ -12,17 +12,9 @@
 #include <cstring>
 #include <set>
 
-// ---------------------------------------------------------------- ppFunc
-
 TEST(PpFunc, NamesAreTakenApart)
 {
-    struct Case {
-        const char* name;
-        const char* prefix;
-        const char* base;
-        const char* types;
-        const char* descriptor;
-    };
+    struct Case { const char* name; const char* prefix; const char* base; const char* types; const char* descriptor; };
     const Case cases[] = {
         {"lumsCRC32C_8u", "lums", "CRC32C", "8u", ""},
         {"lumsCRC32_BZ2_8u", "lums", "CRC32_BZ2", "8u", ""},
@@ -75,8 +67,6 @@ TEST(PpFunc, TestsCompareThroughTheirDescriptors)
     EXPECT_GT(a.compareFunc(&b), 0);
     EXPECT_GT(a.compareFunc(&plainB), 0);
 }
-
-// ---------------------------------------------------------------- ppVector
 
 class PpVectorTest : public ::testing::Test {
 protected:
@@ -151,22 +141,6 @@ TEST_F(PpVectorTest, PristineCopyRestoresTheContents)
     for (int i = 0; i < 64; ++i) ASSERT_EQ(9, v.ptr<int>()[i]);
 }
 
-TEST_F(PpVectorTest, MemoryIsOnRecordWithTheVectorAsOwner)
-{
-    ppVector v(pp16u);
-    ASSERT_TRUE(v.create(10));
-    int size = 0;
-    long long owner = 0;
-    ASSERT_EQ(1, psMallocInfo(v.data(), &size, &owner));
-    EXPECT_EQ(20, size);
-    EXPECT_EQ(reinterpret_cast<long long>(static_cast<psObject*>(&v)), owner);
-    EXPECT_EQ(0u, reinterpret_cast<uintptr_t>(v.data()) % 64);
-    void* data = v.data();
-    v.deleteData();
-    EXPECT_EQ(0, psMallocInfo(data, nullptr, nullptr));
-    EXPECT_EQ(0, v.length());
-}
-
 TEST_F(PpVectorTest, PrintsAtTheDataLevelOnly)
 {
     ppVector v(pp8u);
@@ -180,33 +154,11 @@ TEST_F(PpVectorTest, PrintsAtTheDataLevelOnly)
     EXPECT_EQ("src (8u, len=20):\n    4 4 4 4 4 4 4 4 4 4 4 4 4 4 4 4\n    4 4 ...\n", out.text());
 }
 
-// ---------------------------------------------------------------- library statuses
-
 namespace {
-
 const char* statusText(LumStatus s) { return s == -2 ? "Null pointer" : s == 3 ? "Destination full" : "Other"; }
-
-class CheckStatusTest : public ::testing::Test {
-protected:
-    void SetUp() override
-    {
-        saved = lum_GetStatusString;
-        lum_GetStatusString = statusText;
-        psTest::m_currentResult = UNDEFINED;
-        ppTest::m_checkErrorsOnly = false;
-    }
-    void TearDown() override
-    {
-        lum_GetStatusString = saved;
-        ppTest::m_checkErrorsOnly = false;
-        psTest::m_currentResult = UNDEFINED;
-    }
-    psLumGetStatusStringFunc saved = nullptr;
-};
-
 }  // namespace
 
-TEST_F(CheckStatusTest, StatusesBecomeResultsWithTheirLines)
+TEST(CheckStatus, StatusesBecomeResultsWithTheirLines)
 {
     struct Case {
         LumStatus status;
@@ -226,9 +178,11 @@ TEST_F(CheckStatusTest, StatusesBecomeResultsWithTheirLines)
         {3, "lumsY_8u", ERR, false, FUNCWRN, OK, ""},
         {3, "lumsY_8u", ERR | WARN, true, OK, UNDEFINED, ""},
     };
+    const psLumGetStatusStringFunc saved = lum_GetStatusString;
+    lum_GetStatusString = statusText;
     for (const Case& c : cases) {
         SCOPED_TRACE(c.status);
-        SetUp();
+        psTest::m_currentResult = UNDEFINED;
         ppTest::m_checkErrorsOnly = c.errorsOnly;
         Capture out;
         g_ostrm.setOutLevel(c.mask);
@@ -236,4 +190,7 @@ TEST_F(CheckStatusTest, StatusesBecomeResultsWithTheirLines)
         EXPECT_EQ(c.recorded, psTest::m_currentResult);
         EXPECT_EQ(c.line, out.text());
     }
+    lum_GetStatusString = saved;
+    ppTest::m_checkErrorsOnly = false;
+    psTest::m_currentResult = UNDEFINED;
 }

@@ -129,10 +129,7 @@ TEST_F(Registry, RunLoopCountsWhatWasMeasured)
 
 TEST_F(Registry, StartFunctionSkipsTestsBeforeTheFirstMatch)
 {
-    const struct {
-        const char* start;
-        std::vector<int> runs;
-    } cases[] = {
+    const struct { const char* start; std::vector<int> runs; } cases[] = {
         {"", {1, 1, 1, 1}}, {"LZO", {0, 1, 1, 1}}, {"CRC", {1, 1, 1, 1}}, {"Decode", {0, 0, 1, 1}}, {"nothing", {0, 0, 0, 0}},
     };
     for (const auto& c : cases) {

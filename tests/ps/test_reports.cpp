@@ -67,12 +67,7 @@ void expectFramed(const std::string& block)
 
 TEST(ReportFormat, SetItemPlacesTextByPosition)
 {
-    struct Case {
-        const char* line;
-        const char* text;
-        int pos;
-        const char* expect;
-    } cases[] = {
+    struct Case { const char* line; const char* text; int pos; const char* expect; } cases[] = {
         {"|", "abc", 5, "|    abc"},       // padded to its column
         {"|", "abc", 1, "|abc"},           // line ends at the column
         {"|abcdef", "x", 3, "|abcdef x"},  // past the column: after one blank
@@ -177,11 +172,7 @@ TEST(ReportEnd, RowsNestTheResultCountersOfEveryClass)
 TEST(ReportTestResult, SummaryLineFields)
 {
     psPaths::m_exePath = "/opt/bin/perfdc";
-    struct Case {
-        const char* info;
-        int result;
-        const char* expect;
-    } cases[] = {
+    struct Case { const char* info; int result; const char* expect; } cases[] = {
         {"TimdcX/xtest/PP_REG", OK, "lumsX_8u,TimdcX,?,?,?,?,xtest,7,p_dcx_ia.cpp,OK,/opt/bin/perfdc"},
         {"TimdcX//PP_REG_I", DATAFAIL, "lumsX_8u,TimdcX,?,?,?,?,-,7,p_dcx_ia.cpp,DATAFAIL,/opt/bin/perfdc"},
         {"A/b/c/d", ACCURWRN, "lumsX_8u,A,?,?,?,?,b,7,p_dcx_ia.cpp,ACCURWRN,/opt/bin/perfdc"},

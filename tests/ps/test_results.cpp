@@ -91,12 +91,7 @@ TEST_F(ResultsTest, OutputResultWritesAtTheLevelOfItsCode)
 {
     psDefault_NSC<int> len(64, "len", "");
     test.addParameter(&len);
-    struct Case {
-        psResult code;
-        OutputLevel mask;
-        const char* console;
-        int tableLines;
-    };
+    struct Case { psResult code; OutputLevel mask; const char* console; int tableLines; };
     const Case cases[] = {
         {UNDEFINED, 0x7F, "", 0},
         {OK, ERR | WARN | PERF, "nLps=10   perf= 1.23e+04/      100=      123 clocks\n", 1},

@@ -12,18 +12,6 @@
 
 namespace {
 
-TEST(Streams, LevelWordsAreReadLetterByLetter)
-{
-    const struct {
-        const char* text;
-        int mask;
-    } cases[] = {
-        {"ERR", 0x01},  {"WARN", 0x03}, {"PERF", 0x07}, {"INFO", 0x0F}, {"TRACE", 0x17}, {"DATA", 0x57},
-        {"M", 0x27},    {"ERRWARN", 0x03}, {"xyz", 0},  {"", 0},        {"perf", 0},
-    };
-    for (const auto& c : cases) EXPECT_EQ(psLevelFromText(c.text), c.mask) << c.text;
-}
-
 TEST(Streams, MessagesPassTheOutputMask)
 {
     Capture cap;
@@ -158,10 +146,7 @@ std::string trapped(int sig)
 
 TEST(Exceptions, SignalsBecomeExceptions)
 {
-    const struct {
-        int sig;
-        const char* msg;
-    } cases[] = {
+    const struct { int sig; const char* msg; } cases[] = {
         {SIGSEGV, "--LUM. Signal: Illegal storage access."},
         {SIGFPE, "--LUM. Signal: FP error, such as overflow, division by zero, invalid operation."},
         {SIGILL, "--LUM. Signal: Illegal instruction."},

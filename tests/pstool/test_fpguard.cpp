@@ -69,11 +69,7 @@ protected:
 
 TEST(FpGuardWords, ControlAndStatusTexts)
 {
-    struct Case {
-        unsigned cw, sw;
-        const char* control;
-        const char* status;
-    };
+    struct Case { unsigned cw, sw; const char* control; const char* status; };
     const Case cases[] = {
         {0x27F, 0, "Near 53 Invalid Denormal Zerodivide Overflow Underflow Inexact ", "Ok"},
         {0xC00 | 0x300 | 0x20, 0x20, "Zero 64 Inexact ", "_Inexact "},
@@ -122,11 +118,7 @@ TEST_F(FpGuardTest, DefaultsSetTheRegisters)
 
 TEST_F(FpGuardTest, MeasuredCodeRaisingFlagsIsCaughtBetweenStartAndStop)
 {
-    struct Case {
-        void (*code)();
-        const char* status;
-        bool bad;
-    };
+    struct Case { void (*code)(); const char* status; bool bad; };
     const Case cases[] = {{sseInexact, "_Inexact ", false}, {sseInvalid, "?Invalid ", true}};
     for (const Case& c : cases) {
         psClearCtrlStatus();

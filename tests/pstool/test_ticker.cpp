@@ -8,13 +8,10 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-TEST(Ticker, CounterAdvancesAndTheFactorIsOne)
+TEST(Ticker, CounterAdvances)
 {
     unsigned long long a = lum_get_vantor_counter();
-    unsigned long long b = lum_get_vantor_counter();
-    EXPECT_GT(b, a);
-    EXPECT_EQ(1, psCpuTicker::getClockFactor());
-    EXPECT_GE(psGetNumOfProcessors(), 1);
+    EXPECT_GT(lum_get_vantor_counter(), a);
 }
 
 TEST(Ticker, EstimateSnapsToANominalFrequencyWithinThreePercent)
@@ -28,14 +25,6 @@ TEST(Ticker, EstimateSnapsToANominalFrequencyWithinThreePercent)
         {0, 0},
     };
     for (const auto& c : cases) EXPECT_EQ(c[1], psCpuTicker::nominalFreqMHz(c[0])) << c[0];
-}
-
-TEST(Ticker, CachedFrequencyIsReturnedWithoutMeasuring)
-{
-    unsigned saved = psCpuTicker::m_freqMHz;
-    psCpuTicker::m_freqMHz = 1234;
-    EXPECT_EQ(1234, psCpuTicker::getFreq());
-    psCpuTicker::m_freqMHz = saved;
 }
 
 namespace {

@@ -142,11 +142,7 @@ TEST_F(TimingTest, ZeroClocksAreRetriedOnceThenTheAutoMethodFails)
 
 TEST_F(TimingTest, AccuracyEqualToTheTargetCountsAsReached)
 {
-    struct Case {
-        std::vector<double> perLoop;
-        double best;
-        double accuracy;
-    };
+    struct Case { std::vector<double> perLoop; double best; double accuracy; };
     const Case cases[] = {
         // 195 then 205 differ by exactly 5 %; the repeats agree.
         {{195, 205}, 205, 0.0},
@@ -230,33 +226,28 @@ TEST_F(TimingTest, BadStatusIsAvoidedByHalvingTheLoopsWhenInitCallsAreOn)
 
 TEST_F(TimingTest, ManualAndStatisticFallBackOnEachOther)
 {
-    {
-        Capture out;
-        g_ostrm.setOutLevel(ERR);
-        tool.setMethodLoop(7);
-        EXPECT_EQ(OK, tool.timing(nullptr, statKernel, nullptr, nullptr));
-        EXPECT_EQ(" ATTENTION! The test cannot execute Manual loop timing.\n"
-                  " Statistic timing will be run instead.\n",
-                  out.text());
-        EXPECT_EQ(psTool::STATISTIC, tool.getMethod());
-        EXPECT_EQ((std::vector<int>{7}), g_s.counts);
-        EXPECT_EQ((std::vector<long long>{0}), g_s.minClocks) << "no minimum clock total";
-        EXPECT_STREQ("nCalls=7", tool.getComment());
-    }
+    tool.setMethodLoop(7);
+    Capture statInstead;
+    g_ostrm.setOutLevel(ERR);
+    EXPECT_EQ(OK, tool.timing(nullptr, statKernel, nullptr, nullptr));
+    EXPECT_EQ(" ATTENTION! The test cannot execute Manual loop timing.\n Statistic timing will be run instead.\n",
+              statInstead.text());
+    EXPECT_EQ(psTool::STATISTIC, tool.getMethod());
+    EXPECT_EQ((std::vector<int>{7}), g_s.counts);
+    EXPECT_EQ((std::vector<long long>{0}), g_s.minClocks) << "no minimum clock total";
+    EXPECT_STREQ("nCalls=7", tool.getComment());
+
     SetUp();
-    {
-        Capture out;
-        g_ostrm.setOutLevel(ERR);
-        tool.setMethodStat(12, 5000);
-        EXPECT_EQ(OK, tool.timing(loopKernel, nullptr, nullptr, nullptr));
-        EXPECT_EQ(" ATTENTION! The test cannot execute Statistic timing.\n"
-                  " Manual loop timing will be run instead.\n",
-                  out.text());
-        EXPECT_EQ(psTool::MANUAL, tool.getMethod());
-        EXPECT_EQ((std::vector<int>{12}), g_s.counts);
-        EXPECT_STREQ("nLps=12", tool.getComment());
-        EXPECT_DOUBLE_EQ(100.0, tool.getFuncClocks());
-    }
+    tool.setMethodStat(12, 5000);
+    Capture loopInstead;
+    g_ostrm.setOutLevel(ERR);
+    EXPECT_EQ(OK, tool.timing(loopKernel, nullptr, nullptr, nullptr));
+    EXPECT_EQ(" ATTENTION! The test cannot execute Statistic timing.\n Manual loop timing will be run instead.\n",
+              loopInstead.text());
+    EXPECT_EQ(psTool::MANUAL, tool.getMethod());
+    EXPECT_EQ((std::vector<int>{12}), g_s.counts);
+    EXPECT_STREQ("nLps=12", tool.getComment());
+    EXPECT_DOUBLE_EQ(100.0, tool.getFuncClocks());
 }
 
 TEST_F(TimingTest, ManualLogsItsStepsAtTheProcessLevel)
@@ -355,24 +346,18 @@ TEST_F(TimingTest, CustomFunctionStoresItsOwnClocks)
 
 TEST_F(TimingTest, MissingEntryPointsAndUnknownMethodsAreInternalErrors)
 {
-    {
-        Capture out;
-        g_ostrm.setOutLevel(ERR);
-        EXPECT_EQ(FAIL, tool.timing(nullptr, nullptr, nullptr, nullptr));
-        EXPECT_EQ(" Internal test problem: The test cannot execute standard timing.\n"
-                  " No one of funcLoop, funcStat or funcCall is registered in the test.\n",
-                  out.text());
-    }
-    {
-        Capture out;
-        g_ostrm.setOutLevel(ERR);
-        tool.setMethod(7);
-        EXPECT_EQ(FAIL, tool.timing(loopKernel, nullptr, nullptr, nullptr));
-        std::string text = out.text();
-        EXPECT_EQ(0u, text.find("PS internal error: file "));
-        EXPECT_NE(std::string::npos, text.find("pstool, line 811\n"));
-        EXPECT_TRUE(g_s.counts.empty());
-    }
+    Capture out;
+    g_ostrm.setOutLevel(ERR);
+    EXPECT_EQ(FAIL, tool.timing(nullptr, nullptr, nullptr, nullptr));
+    EXPECT_EQ(" Internal test problem: The test cannot execute standard timing.\n"
+              " No one of funcLoop, funcStat or funcCall is registered in the test.\n",
+              out.text());
+    Capture unknown;
+    tool.setMethod(7);
+    EXPECT_EQ(FAIL, tool.timing(loopKernel, nullptr, nullptr, nullptr));
+    EXPECT_EQ(0u, unknown.text().find("PS internal error: file "));
+    EXPECT_NE(std::string::npos, unknown.text().find("pstool, line 811\n"));
+    EXPECT_TRUE(g_s.counts.empty());
 }
 
 // ---------------------------------------------------------------- settings and texts
