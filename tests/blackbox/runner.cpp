@@ -13,31 +13,27 @@
 
 namespace fs = std::filesystem;
 
-bool RunResult::hasLine(const std::string& line) const
-{
+bool RunResult::hasLine(const std::string& line) const {
     for (const std::string& l : splitLines(output))
         if (l == line) return true;
     return false;
 }
 
-int RunResult::count(const std::string& text) const
-{
+int RunResult::count(const std::string& text) const {
     int n = 0;
     for (size_t pos = output.find(text); !text.empty() && pos != std::string::npos; pos = output.find(text, pos + 1))
         ++n;
     return n;
 }
 
-std::vector<std::string> splitLines(const std::string& text)
-{
+std::vector<std::string> splitLines(const std::string& text) {
     std::vector<std::string> lines;
     std::istringstream in(text);
     for (std::string line; std::getline(in, line);) lines.push_back(line);
     return lines;
 }
 
-std::vector<std::string> cells(const std::string& line)
-{
+std::vector<std::string> cells(const std::string& line) {
     std::vector<std::string> out;
     size_t from = 0;
     for (size_t comma; (comma = line.find(',', from)) != std::string::npos; from = comma + 1)
@@ -46,39 +42,28 @@ std::vector<std::string> cells(const std::string& line)
     return out;
 }
 
-Sandbox::Sandbox()
-{
+Sandbox::Sandbox(const std::string& program) {
     std::string pattern = std::string(::testing::TempDir()) + "perfdc_bb_XXXXXX";
     std::vector<char> buf(pattern.begin(), pattern.end());
     buf.push_back('\0');
     const char* dir = mkdtemp(buf.data());
     if (!dir) throw std::runtime_error("cannot create a temporary folder");
     m_root = dir;
-}
-
-Sandbox::~Sandbox()
-{
-    std::error_code ec;
-    fs::remove_all(m_root, ec);
-}
-
-void Sandbox::installProgram(const std::string& relPath)
-{
-    fs::path target(path(relPath));
+    fs::path target(path(program));
     fs::create_directories(target.parent_path());
     fs::copy_file(PERFDC_BIN, target, fs::copy_options::overwrite_existing);
     fs::permissions(target, fs::perms::owner_all, fs::perm_options::add);
 }
 
-void Sandbox::write(const std::string& rel, const std::string& content) const
-{
+Sandbox::~Sandbox() { std::error_code ec; fs::remove_all(m_root, ec); }
+
+void Sandbox::write(const std::string& rel, const std::string& content) const {
     fs::path p(path(rel));
     fs::create_directories(p.parent_path());
     std::ofstream(p, std::ios::binary) << content;
 }
 
-std::string Sandbox::read(const std::string& rel) const
-{
+std::string Sandbox::read(const std::string& rel) const {
     std::ifstream in(path(rel), std::ios::binary);
     std::stringstream ss;
     ss << in.rdbuf();
@@ -87,8 +72,7 @@ std::string Sandbox::read(const std::string& rel) const
 
 bool Sandbox::exists(const std::string& rel) const { return fs::exists(path(rel)); }
 
-std::vector<std::string> Sandbox::files(const std::string& rel) const
-{
+std::vector<std::string> Sandbox::files(const std::string& rel) const {
     std::vector<std::string> names;
     for (const auto& e : fs::directory_iterator(path(rel)))
         if (e.is_regular_file()) names.push_back(e.path().filename().string());
@@ -96,8 +80,7 @@ std::vector<std::string> Sandbox::files(const std::string& rel) const
     return names;
 }
 
-RunResult Sandbox::run(const std::vector<std::string>& args, const RunOptions& options) const
-{
+RunResult Sandbox::run(const std::vector<std::string>& args, const RunOptions& options) const {
     RunResult result;
     int pipeFds[2], inFds[2];
     if (pipe(pipeFds) != 0 || pipe(inFds) != 0) return result;

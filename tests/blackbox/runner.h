@@ -28,13 +28,12 @@ struct RunOptions {
 
 class Sandbox {
 public:
-    Sandbox();
+    // A copy of the built program goes to the relative path (folders created as needed).
+    explicit Sandbox(const std::string& program = "perfdc");
     ~Sandbox();
     Sandbox(const Sandbox&) = delete;
     Sandbox& operator=(const Sandbox&) = delete;
 
-    // Copies the built program to the relative path (folders created as needed).
-    void installProgram(const std::string& relPath = "perfdc");
     RunResult run(const std::vector<std::string>& args, const RunOptions& options = RunOptions()) const;
 
     std::string path(const std::string& rel) const { return m_root + "/" + rel; }

@@ -15,8 +15,7 @@ const char* const kFuncs[] = {"lumsAdler32_8u", "lumsCRC32_8u", "lumsCRC32C_8u",
 const char* const kLengths[] = {"16384", "32768", "65536", "131072", "262144"};
 
 // The result lines of a table: the lines after its "function,..." title.
-std::vector<std::vector<std::string>> resultLines(const std::string& table)
-{
+std::vector<std::vector<std::string>> resultLines(const std::string& table) {
     std::vector<std::vector<std::string>> out;
     bool seen = false;
     for (const std::string& line : splitLines(table)) {
@@ -26,8 +25,7 @@ std::vector<std::vector<std::string>> resultLines(const std::string& table)
     return out;
 }
 
-bool isPositiveNumber(const std::string& s)
-{
+bool isPositiveNumber(const std::string& s) {
     char* end = nullptr;
     double v = std::strtod(s.c_str(), &end);
     return !s.empty() && *end == 0 && v > 0;
@@ -35,14 +33,12 @@ bool isPositiveNumber(const std::string& s)
 
 class ChecksumRun : public ::testing::Test {
 protected:
-    void SetUp() override { box.installProgram(); }
     Sandbox box;
 };
 
 }  // namespace
 
-TEST_F(ChecksumRun, ManualTimingFillsTheTableAndTheSummary)
-{
+TEST_F(ChecksumRun, ManualTimingFillsTheTableAndTheSummary) {
     RunResult r = box.run({"-B", "-flums", "-dMethod=Manual", "-dNumLoops=3", "-r", "-u"});
     ASSERT_EQ(0, r.exitCode) << r.output;
     EXPECT_EQ(0, r.count("duplicate lines")) << r.output;
@@ -82,8 +78,7 @@ TEST_F(ChecksumRun, ManualTimingFillsTheTableAndTheSummary)
     EXPECT_TRUE(r.output.find("| .Number of tests         4") != std::string::npos) << r.output;
 }
 
-TEST_F(ChecksumRun, LengthValuesFromEverySource)
-{
+TEST_F(ChecksumRun, LengthValuesFromEverySource) {
     struct Case {
         std::vector<std::string> args;
         std::string ini;  // written to perfdc.ini when not empty
@@ -111,16 +106,14 @@ TEST_F(ChecksumRun, LengthValuesFromEverySource)
     }
 }
 
-TEST_F(ChecksumRun, BadLengthTextIsReported)
-{
+TEST_F(ChecksumRun, BadLengthTextIsReported) {
     RunResult r = box.run({"-B", "-f=lumsCRC32_8u", "-dMethod=Manual", "-dNumLoops=2", "-dCodeLength=abc", "-r"});
     EXPECT_EQ(0, r.exitCode);
     EXPECT_NE(std::string::npos, r.output.find("--LUM. Exception: Invalid value of CodeLength = abc")) << r.output;
     EXPECT_TRUE(resultLines(box.read("perfdc.csv")).empty());
 }
 
-TEST_F(ChecksumRun, DuplicateLinesAreNamedByTheirPlaceInTheTable)
-{
+TEST_F(ChecksumRun, DuplicateLinesAreNamedByTheirPlaceInTheTable) {
     // Title lines 1..6, then the two identical result lines; name lines sent to a
     // separate name file must not shift the numbers.
     for (const char* names : {"", "-q"}) {

@@ -14,10 +14,8 @@ struct EchoCase { std::vector<std::string> args; std::vector<std::string> lines;
 
 class Keys : public ::testing::Test {
 protected:
-    Keys() { box.installProgram(); }
     // Runs every case and checks that each expected echo line is in the output.
-    void checkEchoes(const std::vector<EchoCase>& cases, const std::vector<std::string>& common)
-    {
+    void checkEchoes(const std::vector<EchoCase>& cases, const std::vector<std::string>& common) {
         for (const EchoCase& c : cases) {
             std::vector<std::string> args = common;
             args.insert(args.end(), c.args.begin(), c.args.end());
@@ -30,8 +28,7 @@ protected:
 };
 
 // Keys of a normal run; no test is selected so the runs stay short.
-TEST_F(Keys, EchoLinesOfANormalRun)
-{
+TEST_F(Keys, EchoLinesOfANormalRun) {
     const std::vector<EchoCase> cases = {
         {{"-ATiming", "-AMisalign", "-A", "-Axyz"},
          {"-ATiming: ask timing method from console", "-AMisalign: ask data misalignment from console",
@@ -95,8 +92,7 @@ TEST_F(Keys, EchoLinesOfANormalRun)
 }
 
 // Keys whose effect is void when the program stops early say why.
-TEST_F(Keys, ExitNotes)
-{
+TEST_F(Keys, ExitNotes) {
     const std::vector<EchoCase> cases = {
         {{"-e", "-B", "-fa", "-u", "-s-", "-o"},
          {"-e: enumerate tested functions and exit", "-B: ignored because of -e option", "-fa: test functions containing 'a'",
@@ -122,8 +118,7 @@ TEST_F(Keys, ExitNotes)
     checkEchoes(cases, {});
 }
 
-TEST_F(Keys, OptionFileKeysAreEchoedInPlace)
-{
+TEST_F(Keys, OptionFileKeysAreEchoedInPlace) {
     box.write("opts", "-fa\n-tb -@other\n");
     RunResult r = box.run({"-B", "-@opts", "-f=none"});
     EXPECT_EQ(r.exitCode, 0);
@@ -135,8 +130,7 @@ TEST_F(Keys, OptionFileKeysAreEchoedInPlace)
 }
 
 // -T and -N exist only when a test module brought the library in.
-TEST_F(Keys, CpuFeaturesAndThreads)
-{
+TEST_F(Keys, CpuFeaturesAndThreads) {
     RunResult r = box.run({"-B", "-f=none", "-Tbogus", "-TSSE2", "-N0", "-N2"});
     EXPECT_EQ(r.exitCode, 0);
     if (r.output.find("LUM Core library functions have been integrated into PS") == std::string::npos) {
@@ -159,14 +153,12 @@ TEST_F(Keys, CpuFeaturesAndThreads)
 const std::regex kBanner("\nOrvex Lumica\\. Performance System 2\\.0, [A-Z][a-z][a-z] [ 0-9][0-9] [0-9]{4}\n");
 
 // The output after the echo block (which ends at the first empty line).
-std::string afterEcho(const std::string& output)
-{
+std::string afterEcho(const std::string& output) {
     size_t p = output.find("\n\n");
     return p == std::string::npos ? output : output.substr(p + 1);
 }
 
-TEST_F(Keys, VersionPrintsOnlyTheBanner)
-{
+TEST_F(Keys, VersionPrintsOnlyTheBanner) {
     RunResult r = box.run({"-v"});
     EXPECT_EQ(r.exitCode, 0);
     EXPECT_TRUE(std::regex_match(afterEcho(r.output), kBanner)) << r.output;
@@ -174,8 +166,7 @@ TEST_F(Keys, VersionPrintsOnlyTheBanner)
     EXPECT_EQ(r.count("LUM libraries information"), 0);
 }
 
-TEST_F(Keys, HelpDisplays)
-{
+TEST_F(Keys, HelpDisplays) {
     const std::string quickFirst = "QUICK HELP\n-B               = batch mode (no console input)\n"
                                    "-A<Timing|Params|Misalign|All> = set detail level of the console input\n";
     const std::string quickLast = "-h               = type short help and exit\n"
@@ -217,8 +208,7 @@ TEST_F(Keys, HelpDisplays)
     }
 }
 
-TEST_F(Keys, KeyHelp)
-{
+TEST_F(Keys, KeyHelp) {
     const std::string tail = "\nUse -h option to type full key list\n";
     const struct { const char* key; std::string text; } cases[] = {
         {"-hx", "EXTENDED KEY HELP\nKey -x is not valid\n"},

@@ -20,8 +20,7 @@ const char* const kCpuOnly = "-f=__psOrvexCpuTest";
 bool startsWith(const std::string& s, const std::string& prefix) { return s.compare(0, prefix.size(), prefix) == 0; }
 
 // The run title opens every table and the summary file: one "label,text" line per item.
-size_t expectRunTitle(const std::vector<std::string>& lines)
-{
+size_t expectRunTitle(const std::vector<std::string>& lines) {
     size_t i = 0;
     for (const char* label : kRunLabels) {
         EXPECT_LT(i, lines.size());
@@ -37,14 +36,12 @@ size_t expectRunTitle(const std::vector<std::string>& lines)
 
 class ReportFiles : public ::testing::Test {
 protected:
-    void SetUp() override { box.installProgram(); }
     Sandbox box;
 };
 
 }  // namespace
 
-TEST_F(ReportFiles, PerformanceTableTitleAndLineWidths)
-{
+TEST_F(ReportFiles, PerformanceTableTitleAndLineWidths) {
     struct Case { std::vector<std::string> extra; std::string title; size_t width; } cases[] = {
         {{}, kTitle, 14},
         {{"-H"}, std::string(kTitle) + ",Interest", 15},
@@ -68,8 +65,7 @@ TEST_F(ReportFiles, PerformanceTableTitleAndLineWidths)
     }
 }
 
-TEST_F(ReportFiles, SummaryFileHeaderLinesAndEndBlock)
-{
+TEST_F(ReportFiles, SummaryFileHeaderLinesAndEndBlock) {
     const RunResult r = box.run({"-B", "-u", kCpuOnly});
     ASSERT_EQ(r.exitCode, 0) << r.output;
     ASSERT_TRUE(box.exists("perfdc_sum.csv")) << r.output;
@@ -97,8 +93,7 @@ TEST_F(ReportFiles, SummaryFileHeaderLinesAndEndBlock)
     EXPECT_EQ(lines.back().rfind(".Total time,", 0), 0u);
 }
 
-TEST_F(ReportFiles, ConsoleBlocksAreFramed)
-{
+TEST_F(ReportFiles, ConsoleBlocksAreFramed) {
     const RunResult r = box.run({"-B", kCpuOnly});
     ASSERT_EQ(r.exitCode, 0) << r.output;
     const std::string sep = "+" + std::string(77, '-') + "+";
@@ -117,8 +112,7 @@ TEST_F(ReportFiles, ConsoleBlocksAreFramed)
         EXPECT_EQ(r.count(label), 1) << label << "\n" << r.output;
 }
 
-TEST_F(ReportFiles, NameTableGetsTheTitleLine)
-{
+TEST_F(ReportFiles, NameTableGetsTheTitleLine) {
     const RunResult r = box.run({"-B", "-r", "-q", kCpuOnly});
     ASSERT_EQ(r.exitCode, 0) << r.output;
     ASSERT_TRUE(box.exists("perfdc_name.csv")) << r.output;
@@ -131,8 +125,7 @@ TEST_F(ReportFiles, NameTableGetsTheTitleLine)
     EXPECT_EQ(std::count(table.begin(), table.end(), std::string(kTitle)), 1);
 }
 
-TEST_F(ReportFiles, EnumerationListsTestsOnConsoleAndTable)
-{
+TEST_F(ReportFiles, EnumerationListsTestsOnConsoleAndTable) {
     const RunResult r = box.run({"-B", "-e", "-r", kCpuOnly});
     ASSERT_EQ(r.exitCode, 0) << r.output;
     EXPECT_TRUE(r.hasLine("   #\tFunction\tTest\tSource")) << r.output;

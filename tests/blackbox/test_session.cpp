@@ -14,14 +14,12 @@ namespace {
 // Keys that select no test, so a run is short.
 const std::vector<std::string> kQuick = {"-B", "-f=none"};
 
-std::vector<std::string> quickWith(std::vector<std::string> args)
-{
+std::vector<std::string> quickWith(std::vector<std::string> args) {
     args.insert(args.begin(), kQuick.begin(), kQuick.end());
     return args;
 }
 
-TEST(SessionFiles, NamesAndPlaces)
-{
+TEST(SessionFiles, NamesAndPlaces) {
     const std::string abs = "/ABS/";  // replaced by the sandbox folder
     const struct {
         std::vector<std::string> args;
@@ -41,8 +39,7 @@ TEST(SessionFiles, NamesAndPlaces)
         {{"-ra", "-rb"}, {}, {"bin/a.csv", "bin/b.csv"}},
     };
     for (const auto& c : cases) {
-        Sandbox box;
-        box.installProgram("bin/perfdc");
+        Sandbox box("bin/perfdc");
         for (const std::string& d : c.mkdirs) box.write(d + "/.keep", "");
         std::vector<std::string> args;
         for (std::string a : c.args) {
@@ -59,10 +56,8 @@ TEST(SessionFiles, NamesAndPlaces)
     }
 }
 
-TEST(SessionFiles, ProgramFoundThroughTheSearchPath)
-{
-    Sandbox box;
-    box.installProgram("bin/perfdc");
+TEST(SessionFiles, ProgramFoundThroughTheSearchPath) {
+    Sandbox box("bin/perfdc");
     box.write("work/.keep", "");
     RunResult r = box.run(quickWith({"-r", "-o"}), RunOptions{"perfdc", "work", "bin"});
     EXPECT_EQ(r.exitCode, 0);
@@ -72,8 +67,7 @@ TEST(SessionFiles, ProgramFoundThroughTheSearchPath)
     EXPECT_FALSE(box.exists("bin/perfdc.csv"));
 }
 
-TEST(SessionFiles, LowerCaseCreatesUpperCaseAppends)
-{
+TEST(SessionFiles, LowerCaseCreatesUpperCaseAppends) {
     const struct { const char* key; const char* file; bool keepsOld; } cases[] = {
         {"-o", "perfdc.txt", false}, {"-O", "perfdc.txt", true},     {"-r", "perfdc.csv", false},
         {"-R", "perfdc.csv", true},  {"-u", "perfdc_sum.csv", false}, {"-U", "perfdc_sum.csv", true},
@@ -81,7 +75,6 @@ TEST(SessionFiles, LowerCaseCreatesUpperCaseAppends)
     };
     for (const auto& c : cases) {
         Sandbox box;
-        box.installProgram();
         box.write(c.file, "previous run\n");
         RunResult r = box.run(quickWith({c.key}));
         EXPECT_EQ(r.exitCode, 0);
@@ -91,10 +84,8 @@ TEST(SessionFiles, LowerCaseCreatesUpperCaseAppends)
     }
 }
 
-TEST(SessionFiles, ListingHoldsTheConsoleButNotTheSortingLine)
-{
+TEST(SessionFiles, ListingHoldsTheConsoleButNotTheSortingLine) {
     Sandbox box;
-    box.installProgram();
     RunResult r = box.run(quickWith({"-o"}));
     EXPECT_EQ(r.exitCode, 0);
     EXPECT_EQ(r.count("Sorting functions...\n"), 1);
@@ -104,8 +95,7 @@ TEST(SessionFiles, ListingHoldsTheConsoleButNotTheSortingLine)
     EXPECT_EQ(listing.find("Sorting functions"), std::string::npos) << listing;
 }
 
-TEST(SessionFiles, FilesThatCannotBeOpenedStopTheRun)
-{
+TEST(SessionFiles, FilesThatCannotBeOpenedStopTheRun) {
     const std::string output = "FATAL ERROR: can't open output file for writing";
     const struct {
         std::vector<std::string> args;
@@ -120,7 +110,6 @@ TEST(SessionFiles, FilesThatCannotBeOpenedStopTheRun)
     };
     for (const auto& c : cases) {
         Sandbox box;
-        box.installProgram();
         RunResult r = box.run(quickWith(c.args));
         EXPECT_EQ(r.exitCode, 0);
         EXPECT_TRUE(r.hasLine(c.fatal)) << c.args[0] << "\n" << r.output;
@@ -132,7 +121,6 @@ TEST(SessionFiles, FilesThatCannotBeOpenedStopTheRun)
     }
     // A missing input ini file is reported but is no error.
     Sandbox box;
-    box.installProgram();
     RunResult r = box.run(quickWith({"-inot_there"}));
     EXPECT_EQ(r.exitCode, 0);
     EXPECT_EQ(r.count("-- Can't open file ./not_there.ini to read: "), 1) << r.output;
@@ -141,8 +129,7 @@ TEST(SessionFiles, FilesThatCannotBeOpenedStopTheRun)
 
 // ---------------------------------------------------------------- key sources
 
-TEST(SessionSources, NoArgumentsReadTheFirstCfgLine)
-{
+TEST(SessionSources, NoArgumentsReadTheFirstCfgLine) {
     const struct {
         const char* program;  // relative to the sandbox, which is the working folder
         const char* cfgPath;
@@ -153,8 +140,7 @@ TEST(SessionSources, NoArgumentsReadTheFirstCfgLine)
         {"bin/perfdc", "bin/perfdc.cfg", "Command line options: read from ./bin/perfdc.cfg file"},
     };
     for (const auto& c : cases) {
-        Sandbox box;
-        box.installProgram(c.program);
+        Sandbox box(c.program);
         box.write(c.cfgPath, "-B -f=none \"-tx y\" -rcfg\n-osecond_line\n");
         RunResult r = box.run({}, RunOptions{std::string("./") + c.program, ".", ""});
         EXPECT_EQ(r.exitCode, 0);
@@ -166,10 +152,8 @@ TEST(SessionSources, NoArgumentsReadTheFirstCfgLine)
     }
 }
 
-TEST(SessionSources, ArgumentsWinOverTheCfgFile)
-{
+TEST(SessionSources, ArgumentsWinOverTheCfgFile) {
     Sandbox box;
-    box.installProgram();
     box.write("perfdc.cfg", "-rfromcfg\n");
     RunResult r = box.run(quickWith({}));
     EXPECT_EQ(r.exitCode, 0);
@@ -178,10 +162,8 @@ TEST(SessionSources, ArgumentsWinOverTheCfgFile)
 }
 
 // With no arguments and no .cfg file there is no echo at all; the CPU test runs.
-TEST(SessionSources, NoKeysAtAllRunsEverything)
-{
+TEST(SessionSources, NoKeysAtAllRunsEverything) {
     Sandbox box;
-    box.installProgram();
     RunResult r = box.run({});
     EXPECT_EQ(r.exitCode, 0);
     EXPECT_EQ(r.count("Command line options"), 0) << r.output;
@@ -194,8 +176,7 @@ TEST(SessionSources, NoKeysAtAllRunsEverything)
 
 // ---------------------------------------------------------------- stop points
 
-TEST(SessionStops, WhatEachStopPrints)
-{
+TEST(SessionStops, WhatEachStopPrints) {
     const struct { std::vector<std::string> args; bool sorting, header, summary, help; } cases[] = {
         {{"-B", "-f=none"}, true, true, true, false},
         {{"-B", "-f=none", "-s-"}, false, true, true, false},
@@ -208,7 +189,6 @@ TEST(SessionStops, WhatEachStopPrints)
     };
     for (const auto& c : cases) {
         Sandbox box;
-        box.installProgram();
         RunResult r = box.run(c.args);
         std::string what;
         for (const std::string& a : c.args) what += a + " ";
@@ -224,15 +204,13 @@ TEST(SessionStops, WhatEachStopPrints)
     }
 }
 
-TEST(SessionStops, SignalFileIsWrittenOnEveryStop)
-{
+TEST(SessionStops, SignalFileIsWrittenOnEveryStop) {
     const std::regex content("[0-9]{2,}:[0-9]{2}:[0-9]{2}\n[A-Z][a-z]{2} [A-Z][a-z]{2} [ 0-9][0-9] "
                              "[0-9]{2}:[0-9]{2}:[0-9]{2} [0-9]{4}\n\n");
     const std::vector<std::vector<std::string>> cases = {
         {"-g", "-h"}, {"-gdone", "-v"}, {"-e", "-g"}, {"-B", "-f=none", "-g"}, {"-gfirst", "-g", "-B", "-f=none"}};
     for (const auto& args : cases) {
         Sandbox box;
-        box.installProgram();
         RunResult r = box.run(args);
         EXPECT_EQ(r.exitCode, 0);
         const std::string file = args[0] == "-gdone" ? "done.end" : "perfdc.end";

@@ -21,8 +21,7 @@ std::vector<int> script;
 int calls = 0;
 int resets = 0;
 
-int fakeCall()
-{
+int fakeCall() {
     int s = calls < static_cast<int>(script.size()) ? script[calls] : 0;
     ++calls;
     return s;
@@ -33,33 +32,26 @@ const char* statusText(LumStatus s) { return s < 0 ? "Error" : "Warning"; }
 
 class KernelTest : public ::testing::Test {
 protected:
-    void SetUp() override
-    {
+    void SetUp() override {
         savedText = lum_GetStatusString;
         lum_GetStatusString = statusText;
         savedMask = g_ostrm.getOutLevel();
         g_ostrm.setOutLevel(0);  // keep the status lines off the test's output
         restart({});
     }
-    static void restart(const std::vector<int>& statuses)
-    {
+    static void restart(const std::vector<int>& statuses) {
         script = statuses;
         calls = resets = 0;
         psTest::m_currentResult = UNDEFINED;
     }
-    void TearDown() override
-    {
-        lum_GetStatusString = savedText;
-        g_ostrm.setOutLevel(savedMask);
-    }
+    void TearDown() override { lum_GetStatusString = savedText; g_ostrm.setOutLevel(savedMask); }
     psLumGetStatusStringFunc savedText = nullptr;
     OutputLevel savedMask = 0;
 };
 
 }  // namespace
 
-TEST_F(KernelTest, StatisticKernelCountsTimedCallsAfterTheWarmUp)
-{
+TEST_F(KernelTest, StatisticKernelCountsTimedCallsAfterTheWarmUp) {
     struct Case {
         std::vector<int> statuses;
         int minCalls;
@@ -89,8 +81,7 @@ TEST_F(KernelTest, StatisticKernelCountsTimedCallsAfterTheWarmUp)
     }
 }
 
-TEST_F(KernelTest, StatisticKernelGoesOnUntilTheClockMinimumIsMet)
-{
+TEST_F(KernelTest, StatisticKernelGoesOnUntilTheClockMinimumIsMet) {
     int count = 1;
     long long clocks = 1000000;  // far more than one call of the fake takes
     EXPECT_EQ(OK, (dcStatKernel<fakeCall, fakeReset>(&count, &clocks, "lumsFake_8u")));
@@ -100,8 +91,7 @@ TEST_F(KernelTest, StatisticKernelGoesOnUntilTheClockMinimumIsMet)
     EXPECT_EQ(calls, resets);  // one argument reset before every call
 }
 
-TEST_F(KernelTest, LoopKernelMakesEveryCallAndChecksTheLastStatus)
-{
+TEST_F(KernelTest, LoopKernelMakesEveryCallAndChecksTheLastStatus) {
     struct Case { std::vector<int> statuses; int loops; psResult result; };
     const Case cases[] = {
         {{}, 0, OK},
@@ -123,8 +113,7 @@ TEST_F(KernelTest, LoopKernelMakesEveryCallAndChecksTheLastStatus)
 
 // ---------------------------------------------------------------- loading rule
 
-TEST(LoadRule, RepeatedLengthRulePassesOverShortFiles)
-{
+TEST(LoadRule, RepeatedLengthRulePassesOverShortFiles) {
     const std::string dir = std::string(::testing::TempDir()) + "dcload_" + std::to_string(getpid()) + "/";
     std::filesystem::create_directories(dir);
     const psString savedIn = psPaths::m_inDir;

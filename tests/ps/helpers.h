@@ -17,26 +17,22 @@
 #include <unistd.h>
 #include <vector>
 
-inline std::string psTestTempPath(const std::string& name)
-{
+inline std::string psTestTempPath(const std::string& name) {
     return std::string(::testing::TempDir()) + "perfdc_" + std::to_string(getpid()) + "_" + name;
 }
 
-inline std::string psTestReadFile(const std::string& path)
-{
+inline std::string psTestReadFile(const std::string& path) {
     std::ifstream in(path, std::ios::binary);
     std::stringstream ss;
     ss << in.rdbuf();
     return ss.str();
 }
 
-inline void psTestWriteFile(const std::string& path, const std::string& text)
-{
+inline void psTestWriteFile(const std::string& path, const std::string& text) {
     std::ofstream(path, std::ios::binary) << text;
 }
 
-inline std::vector<std::string> psTestLines(const std::string& text)
-{
+inline std::vector<std::string> psTestLines(const std::string& text) {
     std::vector<std::string> lines;
     std::istringstream in(text);
     for (std::string line; std::getline(in, line);) lines.push_back(line);
@@ -44,8 +40,7 @@ inline std::vector<std::string> psTestLines(const std::string& text)
 }
 
 // The text of the refusal, or "" when the parameter takes the text.
-inline std::string psTestRefusal(psParameter& p, const char* text)
-{
+inline std::string psTestRefusal(psParameter& p, const char* text) {
     try {
         p.translate(text);
     } catch (psException& e) {
@@ -60,13 +55,11 @@ class Capture {
 public:
     explicit Capture(psSinks& stream = g_ostrm)
         : m_stream(stream), m_path(psTestTempPath("capture" + std::to_string(++serial()) + ".txt")),
-          m_outLevel(g_ostrm.getOutLevel()), m_msgLevel(g_ostrm.getMsgLevel())
-    {
+          m_outLevel(g_ostrm.getOutLevel()), m_msgLevel(g_ostrm.getMsgLevel()) {
         m_file.addStream(m_path.c_str(), false);
         m_stream.swapSinks(m_file);
     }
-    ~Capture()
-    {
+    ~Capture() {
         m_stream.swapSinks(m_file);
         g_ostrm.setOutLevel(m_outLevel);
         g_ostrm.setMsgLevel(m_msgLevel);
@@ -75,18 +68,10 @@ public:
     Capture(const Capture&) = delete;
     Capture& operator=(const Capture&) = delete;
 
-    std::string text()
-    {
-        m_stream.flush();
-        return psTestReadFile(m_path);
-    }
+    std::string text() { m_stream.flush(); return psTestReadFile(m_path); }
 
 private:
-    static int& serial()
-    {
-        static int n = 0;
-        return n;
-    }
+    static int& serial() { static int n = 0; return n; }
     psSinks& m_stream;
     std::string m_path;
     psSinks m_file;

@@ -13,15 +13,13 @@
 namespace {
 
 // The list as "k:arg" strings.
-std::vector<std::string> keys(const psCommandList& list)
-{
+std::vector<std::string> keys(const psCommandList& list) {
     std::vector<std::string> out;
     for (const psCommandKey& k : list) out.push_back(std::string(1, k.key) + ":" + k.arg.str());
     return out;
 }
 
-psCommandList fromWords(std::vector<std::string> words)
-{
+psCommandList fromWords(std::vector<std::string> words) {
     std::vector<char*> argv;
     for (std::string& w : words) argv.push_back(&w[0]);
     psCommandList list;
@@ -36,15 +34,13 @@ struct TempFile {
     const std::string path;
 };
 
-TEST(CommandList, KeyStrings)
-{
+TEST(CommandList, KeyStrings) {
     const struct { const char* text; bool key; } cases[] = {
         {"-o", true}, {"/tmp/out.txt", true}, {"-", false}, {"/", false}, {"abc", false}, {"", false}, {"--", true}, {"+x", false}};
     for (const auto& c : cases) EXPECT_EQ(isKeyString(c.text), c.key) << c.text;
 }
 
-TEST(CommandList, PairsKeysWithArguments)
-{
+TEST(CommandList, PairsKeysWithArguments) {
     const struct { std::vector<std::string> words; std::vector<std::string> expected; } cases[] = {
         // A path beginning with "/" is a key of its own.
         {{"-o", "/tmp/out.txt"}, {"o:", "t:mp/out.txt"}},
@@ -65,15 +61,13 @@ TEST(CommandList, PairsKeysWithArguments)
     for (const auto& c : cases) EXPECT_EQ(keys(fromWords(c.words)), c.expected) << c.words[0];
 }
 
-TEST(CommandList, SplitsTextsAtBlanksQuotesAndLineEnds)
-{
+TEST(CommandList, SplitsTextsAtBlanksQuotesAndLineEnds) {
     psCommandList list;
     list.setArgs("-fa \"-tb c\";-e\r\n-L PERF\t-nrun7\n-o\"my file.txt\"");
     EXPECT_EQ(keys(list), (std::vector<std::string>{"f:a", "t:b c", "e:", "L:PERF", "n:run7", "o:my file.txt"}));
 }
 
-TEST(CommandList, LastArgumentWins)
-{
+TEST(CommandList, LastArgumentWins) {
     psCommandList list = fromWords({"-pfirst", "-B", "-psecond", "-p"});
     psString arg;
     EXPECT_TRUE(list.getArg('p', arg));
@@ -88,8 +82,7 @@ TEST(CommandList, LastArgumentWins)
 
 // Splicing in place and the refusal of nested option files are seen in the
 // black-box echo; line ends and missing files here.
-TEST(CommandList, OptionFilesAreSplicedWithLineEndsAsBlanks)
-{
+TEST(CommandList, OptionFilesAreSplicedWithLineEndsAsBlanks) {
     // "-f" on one line takes the word on the next line as its argument.
     TempFile opt("opt_lines.txt", "-f\nabc\n\n-L\"PERF\" -q+\r\n");
     psCommandList list = fromWords({"-@/nonexistent/dir/opts", "-@" + opt.path, "-B"});
@@ -98,8 +91,7 @@ TEST(CommandList, OptionFilesAreSplicedWithLineEndsAsBlanks)
 }
 
 // The first line of a .cfg file (its use is seen in the black-box tests): edge cases.
-TEST(CommandList, FirstLineOfAnEmptyOrLongFile)
-{
+TEST(CommandList, FirstLineOfAnEmptyOrLongFile) {
     TempFile empty("cfg_empty.cfg", "");
     psString line = "stale";
     EXPECT_TRUE(psReadFirstLine(empty.path.c_str(), line));

@@ -10,15 +10,13 @@
 
 namespace {
 
-psTest* makeTest(const char* func, const char* testName, const char* src)
-{
+psTest* makeTest(const char* func, const char* testName, const char* src) {
     return new psTest(static_cast<psLoopFunc>(nullptr), static_cast<psStatFunc>(nullptr), func, src,
                       psString("Cls/") + testName + "/PP_REG");
 }
 
 // Adds conditions written like key arguments: "f=name", "t-x", "mabc", ...
-void addConditions(psConditions& c, const std::vector<std::string>& keys)
-{
+void addConditions(psConditions& c, const std::vector<std::string>& keys) {
     for (const std::string& k : keys) {
         int field = k[0] == 'f' ? COND_FUNC : k[0] == 't' ? COND_TEST : COND_FILE;
         psString pattern(k.substr(1));
@@ -27,8 +25,7 @@ void addConditions(psConditions& c, const std::vector<std::string>& keys)
     }
 }
 
-TEST(Conditions, VerdictTable)
-{
+TEST(Conditions, VerdictTable) {
     psTest* crc = makeTest("lumsCRC32_8u", "crc", "/src/perf/p_dcchecksum_ia.cpp");
     psTest* crcc = makeTest("lumsCRC32C_8u", "crcc", "/src/perf/p_dcchecksum_ia.cpp");
     psTest* lzo = makeTest("lumsEncodeLZO_8u", "lzo", "/src/perf/p_dclzo_ia.cpp");

@@ -11,19 +11,15 @@
 #include <string>
 #include <vector>
 
-TEST(DialogueTitle, FramedWithinSeventyEightColumns)
-{
-    for (const std::string& title : {std::string("Specify timing method, please"), std::string(100, 'x')}) {
-        std::string t = psSession::getEnterTitle(title.c_str()).str();
-        EXPECT_EQ(80u, t.size()) << "a line feed, 78 columns, a line feed";
-        EXPECT_EQ("\n*", t.substr(0, 2));
-        EXPECT_EQ("*\n", t.substr(78));
-        EXPECT_NE(std::string::npos, t.find(" " + title.substr(0, 60)));
-    }
+TEST(Dialogue, TitlesAreFramedInSeventyEightColumns) {
+    const std::string t = psSession::getEnterTitle("Specify timing method, please").str();
+    EXPECT_EQ(80u, t.size()) << "a line feed, 78 columns, a line feed";
+    EXPECT_EQ("\n*", t.substr(0, 2));
+    EXPECT_EQ("*\n", t.substr(78));
+    EXPECT_NE(std::string::npos, t.find("* Specify timing method, please *"));
 }
 
-TEST(Dialogue, BatchValuesFromSettings)
-{
+TEST(Dialogue, BatchValuesFromSettings) {
     struct Case {
         std::vector<const char*> settings;
         int method;

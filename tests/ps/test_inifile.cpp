@@ -14,11 +14,7 @@ namespace {
 
 class IniFileTest : public ::testing::Test {
 protected:
-    void SetUp() override
-    {
-        path = psTestTempPath("inifile_test.ini");
-        std::remove(path.c_str());
-    }
+    void SetUp() override { path = psTestTempPath("inifile_test.ini"); std::remove(path.c_str()); }
     void TearDown() override { std::remove(path.c_str()); }
 
     void put(const std::string& text) const { psTestWriteFile(path, text); }
@@ -29,8 +25,7 @@ protected:
 
 }  // namespace
 
-TEST_F(IniFileTest, ReadsLinesSectionsAndComments)
-{
+TEST_F(IniFileTest, ReadsLinesSectionsAndComments) {
     put("len=5\n"
         "// a whole-line comment\n"
         "[ Perf System ]\n"
@@ -68,8 +63,7 @@ TEST_F(IniFileTest, ReadsLinesSectionsAndComments)
     EXPECT_FALSE(ini.isModified());
 }
 
-TEST_F(IniFileTest, WritesNewEntriesOnlyAndRewritesOnlyWhenModified)
-{
+TEST_F(IniFileTest, WritesNewEntriesOnlyAndRewritesOnlyWhenModified) {
     const std::string original = "[Perf System]\nlen = 64 // hand-written\n";
     put(original);
     {
@@ -105,8 +99,7 @@ TEST_F(IniFileTest, WritesNewEntriesOnlyAndRewritesOnlyWhenModified)
     EXPECT_EQ("\n[Perf System]\nMethod=Auto\n\n[empty]\n", content());
 }
 
-TEST_F(IniFileTest, MissingOrUnwritableFiles)
-{
+TEST_F(IniFileTest, MissingOrUnwritableFiles) {
     Capture out;
     g_ostrm.setOutLevel(ERR);
     psIniFile ini;

@@ -11,8 +11,7 @@
 
 namespace {
 
-std::vector<int> walk(psStepIterator<int>& p)
-{
+std::vector<int> walk(psStepIterator<int>& p) {
     std::vector<int> values;
     for (bool more = p.firstValue(); more && values.size() < 100; more = p.nextValue()) values.push_back(p.value());
     return values;
@@ -22,8 +21,7 @@ enum SortHint { LimSort, UnlimSort, SuffixSort, AutoSort };
 
 }  // namespace
 
-TEST(StepIterator, TextsValuesAndDescriptions)
-{
+TEST(StepIterator, TextsValuesAndDescriptions) {
     const struct {
         const char* text;
         std::vector<int> values;
@@ -54,8 +52,7 @@ TEST(StepIterator, TextsValuesAndDescriptions)
     }
 }
 
-TEST(StepIterator, RefusalsKeepThePreviousDefinition)
-{
+TEST(StepIterator, RefusalsKeepThePreviousDefinition) {
     const char* conflict = "Conflict between iterator limits and operation";
     const struct { const char* text; const char* message; } cases[] = {
         {"10 100 -10", conflict}, {"1 100 *1", conflict}, {"0 100 *2", conflict}, {"100 1 *2", conflict},
@@ -76,25 +73,7 @@ TEST(StepIterator, RefusalsKeepThePreviousDefinition)
     }
 }
 
-TEST(StepIterator, SetFromCodeAndRebounded)
-{
-    psStepIterator<int> len(0, "CodeLength");
-    len.setLower(16384);
-    len.setUpper(262144);
-    len.setStep(2);
-    len.setOperation('*');
-    len.validate();
-    EXPECT_EQ((std::vector<int>{16384, 32768, 65536, 131072, 262144}), walk(len));
-    len.setLower(64);
-    len.setUpper(1024);
-    len.validate();
-    EXPECT_EQ((std::vector<int>{64, 128, 256, 512, 1024}), walk(len));
-    len.setLower(0);
-    EXPECT_THROW(len.validate(), psException);
-}
-
-TEST(Iterators, MapWordsAreExactAndValidated)
-{
+TEST(Iterators, MapWordsAreExactAndValidated) {
     psMapIterator<SortHint> hint(LimSort, "SortHint");
     const char* const words[] = {"lumBWTItohTanakaLimSort", "lumBWTItohTanakaUnlimSort", "lumBWTSuffixSort",
                                  " lumBWTAutoSort"};

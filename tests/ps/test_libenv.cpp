@@ -13,8 +13,7 @@ struct FakeLum {
     static inline LumStatus setStatus, initStatus, threadStatus;
     static inline int initCalls, threads;
     static inline Lum64u mask;
-    static void environment()
-    {
+    static void environment() {
         lum_Init = [] { ++initCalls; return initStatus; };
         lum_SetCpuFeatures = [](Lum64u m) { mask = m; return setStatus; };
         lum_SetNumThreads = [](int n) { threads = n; return threadStatus; };
@@ -29,8 +28,7 @@ protected:
     void TearDown() override { psResetLumEnvironment(); }
 };
 
-TEST_F(LibEnv, FallbacksFillEmptySlots)
-{
+TEST_F(LibEnv, FallbacksFillEmptySlots) {
     EXPECT_FALSE(psLumEnvironmentRegistered());
     setLumEnvironment();
     EXPECT_EQ(lum_Init(), PS_LUM_NO_LIBRARY);
@@ -44,8 +42,7 @@ TEST_F(LibEnv, FallbacksFillEmptySlots)
     EXPECT_TRUE((st == 0 && size > 0) || ((st == 36 || st == 37) && size == 0)) << st << " " << size;
 }
 
-TEST_F(LibEnv, StartUpMessagesThroughTheLibrary)
-{
+TEST_F(LibEnv, StartUpMessagesThroughTheLibrary) {
     const struct {
         Lum64u cpu;
         int threads;
@@ -88,8 +85,7 @@ TEST_F(LibEnv, StartUpMessagesThroughTheLibrary)
     }
 }
 
-TEST_F(LibEnv, RepeatedVersionsGiveOneLine)
-{
+TEST_F(LibEnv, RepeatedVersionsGiveOneLine) {
     static const LumLibraryVersion version = {9, 0, 0, 1, "px", "lumdc", "9.0.0", "Jan 01 2026"};
     auto fn = []() -> const LumLibraryVersion* { return &version; };
     for (int i = 0; i < 7; ++i) psRegLumVersion(fn);
@@ -104,8 +100,7 @@ TEST_F(LibEnv, RepeatedVersionsGiveOneLine)
     EXPECT_EQ(cap.text(), "LUM libraries information has been set into PS\n");
 }
 
-TEST(CpuFeatures, NamesAndLabels)
-{
+TEST(CpuFeatures, NamesAndLabels) {
     const Lum64u avx2Level = psCpuFeatures::cpuFeatures("AVX2");
     ASSERT_NE(avx2Level, 0u);
     EXPECT_NE(avx2Level, lumCpuFeatureAVX2);  // a level is a cumulative mask

@@ -23,8 +23,7 @@ namespace {
 uintptr_t addr(void* p) { return reinterpret_cast<uintptr_t>(p); }
 
 // Returns every block on record to the system, then forgets the records.
-void freeEverything()
-{
+void freeEverything() {
     while (void* p = psMallocFirst(nullptr, nullptr)) psFree(p);
     psFreeAll();
 }
@@ -32,8 +31,7 @@ void freeEverything()
 class MemoryTest : public ::testing::Test {
 protected:
     void SetUp() override { freeEverything(); }
-    void TearDown() override
-    {
+    void TearDown() override {
         freeEverything();
         psSetAlignMax(PS_ALIGN_DEF);
         psSetVectorAlign(0);
@@ -42,8 +40,7 @@ protected:
 
 }  // namespace
 
-TEST_F(MemoryTest, PointerPlacementFollowsAlignAndShift)
-{
+TEST_F(MemoryTest, PointerPlacementFollowsAlignAndShift) {
     struct Case {
         int align, shift;
         unsigned offset;  // expected offset of the pointer from a 64-byte boundary
@@ -60,8 +57,7 @@ TEST_F(MemoryTest, PointerPlacementFollowsAlignAndShift)
     }
 }
 
-TEST_F(MemoryTest, RecordsKeepOrderSizeAndOwnerAndForgetFreedBlocks)
-{
+TEST_F(MemoryTest, RecordsKeepOrderSizeAndOwnerAndForgetFreedBlocks) {
     int tag = 0;
     void* a = psMalloc(10, 0, 0, &tag);
     void* b = psMalloc(20, 0, 512, nullptr);
@@ -86,8 +82,7 @@ TEST_F(MemoryTest, RecordsKeepOrderSizeAndOwnerAndForgetFreedBlocks)
     EXPECT_EQ(b, psMallocFirst(&size, &owner));
 }
 
-TEST_F(MemoryTest, UnknownPointersAndEmptyListsAreQuiet)
-{
+TEST_F(MemoryTest, UnknownPointersAndEmptyListsAreQuiet) {
     Capture out;
     g_ostrm.setOutLevel(ERR | WARN);
     EXPECT_EQ(nullptr, psMallocFirst(nullptr, nullptr));
@@ -106,24 +101,19 @@ TEST_F(MemoryTest, UnknownPointersAndEmptyListsAreQuiet)
     EXPECT_EQ("", out.text());
 }
 
-TEST_F(MemoryTest, ExhaustionIsReportedAndReturnsNull)
-{
+TEST_F(MemoryTest, ExhaustionAndTheMemoryLevelAreReported) {
     Capture out;
     g_ostrm.setOutLevel(ERR);
-    // A size that no request can satisfy (the system allocator may overcommit any
-    // positive request on this machine).
+    // A size that no request can satisfy (the system may overcommit any positive one).
     EXPECT_EQ(nullptr, psMalloc(-100000, 0, 0, nullptr));
     EXPECT_EQ("-- Memory error: can't allocate -100000 bytes\n", out.text());
     EXPECT_EQ(0, psMallocCount());
-}
 
-TEST_F(MemoryTest, MemoryLevelTracesEveryBlock)
-{
-    Capture out;
+    Capture trace;
     g_ostrm.setOutLevel(ERR | MEMORY);
     void* p = psMalloc(48, 0, 0, nullptr);
     psFree(p);
-    std::string text = out.text();
+    const std::string text = trace.text();
     EXPECT_EQ(0u, text.find(" - psMalloc: size:48  address:"));
     EXPECT_NE(std::string::npos, text.find("\n - psFree: size:48  address:"));
     psString ptr;
@@ -131,8 +121,7 @@ TEST_F(MemoryTest, MemoryLevelTracesEveryBlock)
     EXPECT_NE(std::string::npos, text.find(std::string("  alignedPointer:") + ptr.c_str() + "\n"));
 }
 
-TEST_F(MemoryTest, LargerAlignmentUnitAndVectorAlignModuloTheUnit)
-{
+TEST_F(MemoryTest, LargerAlignmentUnitAndVectorAlignModuloTheUnit) {
     psSetAlignMax(256);
     void* p = psMalloc(10, 0, 1, nullptr);
     EXPECT_EQ(0u, addr(p) % 256);

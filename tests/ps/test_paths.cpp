@@ -10,15 +10,13 @@ namespace {
 // Sets the paths as the session does: the program path, then the keys' folders and name.
 class Paths : public ::testing::Test {
 protected:
-    static void start(const char* exe, const char* inDir = "", const char* outDir = "", const char* name = "")
-    {
+    static void start(const char* exe, const char* inDir = "", const char* outDir = "", const char* name = "") {
         psPaths::m_exePath = exe;
         psPaths::setInDir(inDir);
         psPaths::setOutDir(outDir);
         psPaths::setDefName(name);
     }
-    void TearDown() override
-    {
+    void TearDown() override {
         psPaths::m_exePath = saved[0];
         psPaths::m_defName = saved[1];
         psPaths::m_inDir = saved[2];
@@ -27,8 +25,7 @@ protected:
     const psString saved[4] = {psPaths::m_exePath, psPaths::m_defName, psPaths::m_inDir, psPaths::m_outDir};
 };
 
-TEST_F(Paths, AbsolutePathsAndFolders)
-{
+TEST_F(Paths, AbsolutePathsAndFolders) {
     const struct { const char* path; bool absolute; } paths[] = {
         {"/tmp", true}, {"\\share", true}, {"C:x", true}, {"c:", true},
         {"rel/x", false}, {"", false}, {"x", false}, {"./a", false}};
@@ -46,8 +43,7 @@ TEST_F(Paths, AbsolutePathsAndFolders)
     }
 }
 
-TEST_F(Paths, FileNames)
-{
+TEST_F(Paths, FileNames) {
     const struct { const char* exe; const char* defName; const char* ext; const char* expected; } names[] = {
         {"./bin/perf.exe", "", ".ini", "./bin/perf.ini"},
         {"./bin/perf", "a.b", ".txt", "./bin/a.b.txt"},

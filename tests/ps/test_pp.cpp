@@ -12,8 +12,7 @@
 #include <cstring>
 #include <set>
 
-TEST(PpFunc, NamesAreTakenApart)
-{
+TEST(PpFunc, NamesAreTakenApart) {
     struct Case { const char* name; const char* prefix; const char* base; const char* types; const char* descriptor; };
     const Case cases[] = {
         {"lumsCRC32C_8u", "lums", "CRC32C", "8u", ""},
@@ -36,8 +35,7 @@ TEST(PpFunc, NamesAreTakenApart)
     EXPECT_FALSE(ppFunc("lumsCRC32_8u").isFloat());
 }
 
-TEST(PpFunc, OrderIsBaseNameThenTypesThenDescriptor)
-{
+TEST(PpFunc, OrderIsBaseNameThenTypesThenDescriptor) {
     // Each name sorts before the next one.
     const char* const ordered[] = {
         "lumsCRC32_8u",       // prefix+base "lumsCRC32" is a prefix of the next
@@ -56,8 +54,7 @@ TEST(PpFunc, OrderIsBaseNameThenTypesThenDescriptor)
     EXPECT_EQ(0, ppFunc("lumsCRC32_8u").compare(ppFunc("lumsCRC32_8u")));
 }
 
-TEST(PpFunc, TestsCompareThroughTheirDescriptors)
-{
+TEST(PpFunc, TestsCompareThroughTheirDescriptors) {
     ppTest a(nullptr, nullptr, nullptr, nullptr, "lumsCRC32C_8u", "x.cpp", "T//PP_REG");
     ppTest b(nullptr, nullptr, nullptr, nullptr, "lumsCRC32_8u", "x.cpp", "T//PP_REG");
     psTest plain(nullptr, nullptr, "lumsCRC32C_8u", "x.cpp", "");
@@ -70,15 +67,13 @@ TEST(PpFunc, TestsCompareThroughTheirDescriptors)
 
 class PpVectorTest : public ::testing::Test {
 protected:
-    void TearDown() override
-    {
+    void TearDown() override {
         while (void* p = psMallocFirst(nullptr, nullptr)) psFree(p);
         psFreeAll();
     }
 };
 
-TEST_F(PpVectorTest, ZeroConstantAndBoundedRandomFills)
-{
+TEST_F(PpVectorTest, ZeroConstantAndBoundedRandomFills) {
     ppVector v(pp16s);
     ASSERT_TRUE(v.create(1000, ppFillZero));
     for (int i = 0; i < v.length(); ++i) ASSERT_EQ(0, v.ptr<short>()[i]);
@@ -100,8 +95,7 @@ TEST_F(PpVectorTest, ZeroConstantAndBoundedRandomFills)
     }
 }
 
-TEST_F(PpVectorTest, RandomWithoutBoundsCoversTheTypeAndRepeatsPerSeed)
-{
+TEST_F(PpVectorTest, RandomWithoutBoundsCoversTheTypeAndRepeatsPerSeed) {
     ppVector a(pp8u), b(pp8u), c(pp8u);
     ASSERT_TRUE(a.create(10000, ppFillRandom));
     ASSERT_TRUE(b.create(10000, ppFillRandom));
@@ -113,8 +107,7 @@ TEST_F(PpVectorTest, RandomWithoutBoundsCoversTheTypeAndRepeatsPerSeed)
     EXPECT_NE(0, std::memcmp(a.data(), c.data(), 10000));
 }
 
-TEST_F(PpVectorTest, JaehneSignalIsAChirpAroundTheTypesMiddle)
-{
+TEST_F(PpVectorTest, JaehneSignalIsAChirpAroundTheTypesMiddle) {
     ppVector u(pp8u), s(pp16s), d(pp64f);
     const int n = 256;
     ASSERT_TRUE(u.create(n, ppFillJaehne));
@@ -129,8 +122,7 @@ TEST_F(PpVectorTest, JaehneSignalIsAChirpAroundTheTypesMiddle)
     }
 }
 
-TEST_F(PpVectorTest, PristineCopyRestoresTheContents)
-{
+TEST_F(PpVectorTest, PristineCopyRestoresTheContents) {
     ppVector v(pp32s);
     EXPECT_FALSE(v.reserveCopy()) << "no data yet";
     ASSERT_TRUE(v.create(64, ppFillConst, 9));
@@ -141,8 +133,7 @@ TEST_F(PpVectorTest, PristineCopyRestoresTheContents)
     for (int i = 0; i < 64; ++i) ASSERT_EQ(9, v.ptr<int>()[i]);
 }
 
-TEST_F(PpVectorTest, PrintsAtTheDataLevelOnly)
-{
+TEST_F(PpVectorTest, PrintsAtTheDataLevelOnly) {
     ppVector v(pp8u);
     ASSERT_TRUE(v.create(20, ppFillConst, 4));
     Capture out;
@@ -158,8 +149,7 @@ namespace {
 const char* statusText(LumStatus s) { return s == -2 ? "Null pointer" : s == 3 ? "Destination full" : "Other"; }
 }  // namespace
 
-TEST(CheckStatus, StatusesBecomeResultsWithTheirLines)
-{
+TEST(CheckStatus, StatusesBecomeResultsWithTheirLines) {
     struct Case {
         LumStatus status;
         const char* name;

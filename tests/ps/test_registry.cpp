@@ -19,17 +19,14 @@ class FakeTest : public psTest {
 public:
     FakeTest(const char* func, psResult code = OK, psResult stored = OK, std::vector<std::string> parms = {})
         : psTest(static_cast<psLoopFunc>(nullptr), static_cast<psStatFunc>(nullptr), func, "fake.cpp", "Fake//"),
-          m_code(code), m_stored(stored), m_parmNames(std::move(parms))
-    {
+          m_code(code), m_stored(stored), m_parmNames(std::move(parms)) {
     }
-    psResult run() override
-    {
+    psResult run() override {
         ++runs;
         m_result = m_stored;
         return m_code;
     }
-    void beginTest() override
-    {
+    void beginTest() override {
         for (const std::string& n : m_parmNames) {
             m_owned.emplace_back(new psDefault<int>(0, n.c_str()));
             addParameter(m_owned.back().get());
@@ -45,8 +42,7 @@ private:
 
 // The selection of a -f argument.
 struct FunctionsWith : psConditions {
-    explicit FunctionsWith(const char* text)
-    {
+    explicit FunctionsWith(const char* text) {
         psString pattern(text);
         add(makeCondition(COND_FUNC, getCondition(pattern), pattern));
     }
@@ -56,13 +52,8 @@ struct FunctionsWith : psConditions {
 class Registry : public ::testing::Test {
 protected:
     ~Registry() override { list.deleteTests(); }
-    FakeTest* add(FakeTest* t)
-    {
-        list.add(t);
-        return t;
-    }
-    std::vector<std::string> names()
-    {
+    FakeTest* add(FakeTest* t) { list.add(t); return t; }
+    std::vector<std::string> names() {
         std::vector<std::string> out;
         for (psTest* t : list) out.push_back(t->getFuncName().str());
         return out;
@@ -70,8 +61,7 @@ protected:
     psTestList list;
 };
 
-TEST_F(Registry, SortIsByteOrderAndStableAndBuiltInTestsComeFirst)
-{
+TEST_F(Registry, SortIsByteOrderAndStableAndBuiltInTestsComeFirst) {
     add(new FakeTest("lumsCRC32_8u"));
     add(new FakeTest("lumsCRC32C_8u"));
     FakeTest* first = add(new FakeTest("same"));
@@ -104,8 +94,7 @@ TEST_F(Registry, SortIsByteOrderAndStableAndBuiltInTestsComeFirst)
     EXPECT_FALSE(aless(a, a));
 }
 
-TEST_F(Registry, RunLoopCountsWhatWasMeasured)
-{
+TEST_F(Registry, RunLoopCountsWhatWasMeasured) {
     FakeTest* ok = add(new FakeTest("a_ok", OK));
     add(new FakeTest("b_warn", ACCURWRN, ACCURWRN));
     add(new FakeTest("c_nothing", UNDEFINED, OK));      // had nothing to measure: not counted
@@ -127,8 +116,7 @@ TEST_F(Registry, RunLoopCountsWhatWasMeasured)
     EXPECT_EQ(list.m_counts[FAIL], 1);
 }
 
-TEST_F(Registry, StartFunctionSkipsTestsBeforeTheFirstMatch)
-{
+TEST_F(Registry, StartFunctionSkipsTestsBeforeTheFirstMatch) {
     const struct { const char* start; std::vector<int> runs; } cases[] = {
         {"", {1, 1, 1, 1}}, {"LZO", {0, 1, 1, 1}}, {"CRC", {1, 1, 1, 1}}, {"Decode", {0, 0, 1, 1}}, {"nothing", {0, 0, 0, 0}},
     };
@@ -146,8 +134,7 @@ TEST_F(Registry, StartFunctionSkipsTestsBeforeTheFirstMatch)
     psTestList::m_startFunc = psString();
 }
 
-TEST_F(Registry, CommonParametersAreThoseOfSelectedTests)
-{
+TEST_F(Registry, CommonParametersAreThoseOfSelectedTests) {
     psDefault<int> len(0, "Len"), method(0, "Method"), unused(0, "Unused"), other(0, "Other");
     psList<psParameter*> parms;
     for (psParameter* p : std::vector<psParameter*>{&len, &method, &unused, &other}) parms.add(p);

@@ -19,8 +19,7 @@ namespace {
 // Streams one report into a fresh stream of type S that writes a temporary file,
 // and returns what the file received.
 template <class S, class R>
-std::string capture(const R& report, int outLevel = ERR)
-{
+std::string capture(const R& report, int outLevel = ERR) {
     const std::string path = psTestTempPath("report.txt");
     std::string text;
     {
@@ -39,8 +38,7 @@ std::string capture(const R& report, int outLevel = ERR)
 class ReportedTest : public psTest {
 public:
     ReportedTest(const char* func, const char* info, int result, long seconds = 0)
-        : psTest(static_cast<psLoopFunc>(nullptr), static_cast<psStatFunc>(nullptr), func, "/src/perf/p_dcx_ia.cpp", info)
-    {
+        : psTest(static_cast<psLoopFunc>(nullptr), static_cast<psStatFunc>(nullptr), func, "/src/perf/p_dcx_ia.cpp", info) {
         m_result = static_cast<psResult>(result);
         m_startTime = 1000;
         m_endTime = 1000 + seconds;
@@ -48,8 +46,7 @@ public:
 };
 
 // Every line of a framed block is 79 characters between two frame characters.
-void expectFramed(const std::string& block)
-{
+void expectFramed(const std::string& block) {
     const std::vector<std::string> lines = psTestLines(block);
     ASSERT_GE(lines.size(), 3u);
     EXPECT_EQ(lines.front(), "+" + std::string(77, '-') + "+");
@@ -65,8 +62,7 @@ void expectFramed(const std::string& block)
 
 // ---------------------------------------------------------------- format
 
-TEST(ReportFormat, SetItemPlacesTextByPosition)
-{
+TEST(ReportFormat, SetItemPlacesTextByPosition) {
     struct Case { const char* line; const char* text; int pos; const char* expect; } cases[] = {
         {"|", "abc", 5, "|    abc"},       // padded to its column
         {"|", "abc", 1, "|abc"},           // line ends at the column
@@ -82,8 +78,7 @@ TEST(ReportFormat, SetItemPlacesTextByPosition)
     }
 }
 
-TEST(ReportFormat, FramingTimesAndCells)
-{
+TEST(ReportFormat, FramingTimesAndCells) {
     psReportFormat f(2, -78);
     EXPECT_FALSE(f.isFramed());
     EXPECT_STREQ(f.getLine("a").c_str(), "  a\n");  // unframed: a blank, no padding
@@ -105,8 +100,7 @@ TEST(ReportFormat, FramingTimesAndCells)
     EXPECT_STREQ(psCellText(" a,b\nc ").c_str(), "a;b c");
 }
 
-TEST(ReportFormat, LongItemsWrapAtBlanksUnderThemselves)
-{
+TEST(ReportFormat, LongItemsWrapAtBlanksUnderThemselves) {
     psReportFormat f;
     f.firstLine();
     std::string words;
@@ -132,8 +126,7 @@ TEST(ReportFormat, LongItemsWrapAtBlanksUnderThemselves)
 
 // ---------------------------------------------------------------- summary
 
-TEST(ReportEnd, RowsNestTheResultCountersOfEveryClass)
-{
+TEST(ReportEnd, RowsNestTheResultCountersOfEveryClass) {
     psTestList list;
     for (psResult r : {OK, OK, ACCURWRN, BADSTSWRN, BADSTSWRN, DATAWRN, FUNCWRN, WARNING, ACCURFAIL, DATAFAIL, FUNCFAIL,
                        EXCPTFAIL, FAIL, UNDEFINED})
@@ -169,8 +162,7 @@ TEST(ReportEnd, RowsNestTheResultCountersOfEveryClass)
 
 // ---------------------------------------------------------------- one test
 
-TEST(ReportTestResult, SummaryLineFields)
-{
+TEST(ReportTestResult, SummaryLineFields) {
     psPaths::m_exePath = "/opt/bin/perfdc";
     struct Case { const char* info; int result; const char* expect; } cases[] = {
         {"TimdcX/xtest/PP_REG", OK, "lumsX_8u,TimdcX,?,?,?,?,xtest,7,p_dcx_ia.cpp,OK,/opt/bin/perfdc"},
@@ -203,8 +195,7 @@ TEST(ReportTestResult, SummaryLineFields)
     EXPECT_EQ(capture<psOStream>(psReportTestResult(nullptr)), "");
 }
 
-TEST(ReportTestResult, ConsoleBlockAndMissingMeasurement)
-{
+TEST(ReportTestResult, ConsoleBlockAndMissingMeasurement) {
     ReportedTest measured("lumsX_8u", "TimdcX//", ACCURWRN, 65);
     const std::string block = capture<psOStream>(psReportTestResult(&measured));
     expectFramed(block);
@@ -219,8 +210,7 @@ TEST(ReportTestResult, ConsoleBlockAndMissingMeasurement)
     expectFramed(idleText.substr(33));
 }
 
-TEST(ReportTestTitle, LabelledLinesAndNoSummaryLine)
-{
+TEST(ReportTestTitle, LabelledLinesAndNoSummaryLine) {
     ReportedTest t("lumsEncodeLZSS_8u", "TimdcLZSS//PP_REG_I", OK);
     const psReportTestTitle title(&t);
     const std::string block = capture<psOStream>(title);
@@ -235,8 +225,7 @@ TEST(ReportTestTitle, LabelledLinesAndNoSummaryLine)
 
 // ---------------------------------------------------------------- listing
 
-TEST(ReportList, BaseNamesOfHelperFunctions)
-{
+TEST(ReportList, BaseNamesOfHelperFunctions) {
     const std::pair<const char*, const char*> names[] = {
         {"lumsMTFInit_8u", "lumsMTF_8u"},
         {"lumsMTFGetSize_8u", "lumsMTF_8u"},
@@ -257,8 +246,7 @@ TEST(ReportList, BaseNamesOfHelperFunctions)
     EXPECT_EQ(got, (std::vector<std::string>{"lumsMTF_8u", "lumsMTFInit_8u", "lumsCRC32_8u", "lumsMTFFwd_8u"}));
 }
 
-TEST(ReportList, ModesListSelectedAndUnselectedFunctions)
-{
+TEST(ReportList, ModesListSelectedAndUnselectedFunctions) {
     psTestList list;
     ReportedTest cpu("__psOrvexCpuTest", "Orvex CPU information/__psOrvexCpu/", OK);
     ReportedTest crc("lumsCRC32_8u", "TimdcChecksum//PP_REG", OK);

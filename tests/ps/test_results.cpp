@@ -36,8 +36,7 @@ public:
 
 class ResultsTest : public ::testing::Test {
 protected:
-    void SetUp() override
-    {
+    void SetUp() override {
         savedFreq = psCpuTicker::m_freqMHz;
         psCpuTicker::m_freqMHz = 1000;
         psTest::m_numParmsColm = 9;
@@ -55,8 +54,7 @@ protected:
 
 }  // namespace
 
-TEST(FormatClocks, DecimalsFollowTheMagnitude)
-{
+TEST(FormatClocks, DecimalsFollowTheMagnitude) {
     ReportingTest t;
     const std::pair<double, const char*> cases[] = {
         {123.456, "123"},        {1.23456, "1.23"},         {0.00012345, "0.000123"}, {0.00001, "1.000e-05"},
@@ -68,8 +66,7 @@ TEST(FormatClocks, DecimalsFollowTheMagnitude)
     EXPECT_STREQ("nan", t.formatClocks(std::numeric_limits<double>::quiet_NaN()));
 }
 
-TEST_F(ResultsTest, ResultLineShowsCommentClocksDivisorAndPerformance)
-{
+TEST_F(ResultsTest, ResultLineShowsCommentClocksDivisorAndPerformance) {
     EXPECT_STREQ("nLps=10   perf= 1.23e+04/      100=      123 clocks", test.testResultString());
     // Auto and Iterative add the achieved accuracy; a long comment is not cut.
     test.tool().setMethodAuto();
@@ -77,8 +74,7 @@ TEST_F(ResultsTest, ResultLineShowsCommentClocksDivisorAndPerformance)
     EXPECT_STREQ("acc=100.0%nLps=2048 acc=7.3%perf= 1.23e+04/      100=      123 clocks", test.testResultString());
 }
 
-TEST_F(ResultsTest, PerformanceAndFlops)
-{
+TEST_F(ResultsTest, PerformanceAndFlops) {
     EXPECT_DOUBLE_EQ(123.45, test.performance(false));
     EXPECT_EQ(0.0, test.performance(true)) << "not a floating-point function";
     test.floating = true;
@@ -87,8 +83,7 @@ TEST_F(ResultsTest, PerformanceAndFlops)
     EXPECT_STREQ("200", test.perfString(true));
 }
 
-TEST_F(ResultsTest, OutputResultWritesAtTheLevelOfItsCode)
-{
+TEST_F(ResultsTest, OutputResultWritesAtTheLevelOfItsCode) {
     psDefault_NSC<int> len(64, "len", "");
     test.addParameter(&len);
     struct Case { psResult code; OutputLevel mask; const char* console; int tableLines; };
@@ -116,8 +111,7 @@ TEST_F(ResultsTest, OutputResultWritesAtTheLevelOfItsCode)
     }
 }
 
-TEST_F(ResultsTest, TableLinesOfResultsAndNamesAndTheHotMark)
-{
+TEST_F(ResultsTest, TableLinesOfResultsAndNamesAndTheHotMark) {
     psDefault_NSC<int> len(64, "len", "");
     psDefault_NSC<psString> file(psString("book1"), "file", "");
     test.addParameter(&len);
@@ -143,8 +137,7 @@ TEST_F(ResultsTest, TableLinesOfResultsAndNamesAndTheHotMark)
               table.text());
 }
 
-TEST_F(ResultsTest, DeprecatedValuesGiveAPostponedSecondLine)
-{
+TEST_F(ResultsTest, DeprecatedValuesGiveAPostponedSecondLine) {
     psDefault_NSC<int> len(64, "len", "");
     len.addDeprecated(64, "L64");
     test.addParameter(&len);
@@ -160,8 +153,7 @@ TEST_F(ResultsTest, DeprecatedValuesGiveAPostponedSecondLine)
     EXPECT_STREQ("nLps=10", test.getComment()) << "the flag is cleared after the line";
 }
 
-TEST(RegInfo, NamesTheEntryPointsAndTheOneUsedForMeasuring)
-{
+TEST(RegInfo, NamesTheEntryPointsAndTheOneUsedForMeasuring) {
     struct Case {
         psLoopFunc loop;
         psStatFunc stat;
@@ -181,8 +173,6 @@ TEST(RegInfo, NamesTheEntryPointsAndTheOneUsedForMeasuring)
          " with loopMethod, statMethod, funcCall, funcInit.\n   funcCall with Set&Use is called for measuring."},
         {nullptr, nullptr, unusedCall, psTool::MANUAL, false, false,
          " with funcCall, funcInit.\n   funcCall is called for measuring."},
-        {unusedLoop, nullptr, nullptr, psTool::STATISTIC, false, false,
-         " with loopMethod, funcInit.\n   loopMethod is called for measuring."},
         {nullptr, unusedStat, nullptr, psTool::MANUAL, false, false,
          " with statMethod, funcInit.\n   statMethod is called for measuring."},
     };

@@ -10,8 +10,7 @@
 
 namespace {
 
-std::vector<std::string> words(const psString& text, const char* seps)
-{
+std::vector<std::string> words(const psString& text, const char* seps) {
     psStringList list;
     int n = text.parse(list, seps);
     std::vector<std::string> out;
@@ -20,8 +19,7 @@ std::vector<std::string> words(const psString& text, const char* seps)
     return out;
 }
 
-TEST(PsString, AppendTrimAndFileNames)
-{
+TEST(PsString, AppendTrimAndFileNames) {
     psString self("abcdefghijkl");
     self += self;  // grows past its storage while reading from it
     EXPECT_EQ(self.str(), "abcdefghijklabcdefghijkl");
@@ -50,8 +48,7 @@ TEST(PsString, AppendTrimAndFileNames)
     EXPECT_EQ(psString("abc").rfind("abcabc"), -1);
 }
 
-TEST(PsParse, CutsAtSeparatorsAndQuotes)
-{
+TEST(PsParse, CutsAtSeparatorsAndQuotes) {
     const char* cmdSeps = " \";\t\r\n";
     EXPECT_TRUE(words("\"\"", cmdSeps).empty());
     EXPECT_EQ(words("\"say \"\"hi\"\"\" x", cmdSeps), (std::vector<std::string>{"say \"hi\"", "x"}));
@@ -61,8 +58,7 @@ TEST(PsParse, CutsAtSeparatorsAndQuotes)
     EXPECT_EQ(words("a||b|", "|"), (std::vector<std::string>{"a", "b"}));
 }
 
-TEST(PsString, TextToNumbersAndTruth)
-{
+TEST(PsString, TextToNumbersAndTruth) {
     const struct { const char* text; bool value; bool converted; } truth[] = {
         {"Yes", true, true}, {"TRUE", true, true},   {"1", true, true}, {" t ", true, true},  {"no", false, true},
         {"false", false, true}, {"0", false, true}, {"2", true, false}, {"", true, false}, {"maybe", true, false},

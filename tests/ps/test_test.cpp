@@ -29,29 +29,22 @@ namespace {
 
 // A parameter stepping through fixed texts, never read from the settings.
 struct Texts : psIterator_NSC<psString> {
-    Texts(const char* name, std::vector<const char*> values) : psIterator_NSC<psString>(psString(), name)
-    {
+    Texts(const char* name, std::vector<const char*> values) : psIterator_NSC<psString>(psString(), name) {
         setAsk(false);
         for (const char* v : values) add(v);
     }
 };
 
-psResult quickLoop(int n, long long* clocks)
-{
-    *clocks = 100LL * n;
-    return OK;
-}
+psResult quickLoop(int n, long long* clocks) { *clocks = 100LL * n; return OK; }
 
 // A real write through a null pointer; the sanitizers must not stop it before the signal does.
-__attribute__((no_sanitize("address", "undefined"))) psResult crashingLoop(int, long long*)
-{
+__attribute__((no_sanitize("address", "undefined"))) psResult crashingLoop(int, long long*) {
     volatile int* volatile p = nullptr;
     *p = 1;
     return OK;
 }
 
-psResult invalidOperationLoop(int n, long long* clocks)
-{
+psResult invalidOperationLoop(int n, long long* clocks) {
     volatile double zero = 0.0;
     volatile double nan = zero / zero;
     (void)nan;
@@ -63,24 +56,19 @@ psResult invalidOperationLoop(int n, long long* clocks)
 class ScriptedTest : public psTest {
 public:
     explicit ScriptedTest(psLoopFunc loop = quickLoop, const char* name = "lumsScripted_8u")
-        : psTest(loop, nullptr, name, "test_test.cpp", "Scripted//PP_REG")
-    {
+        : psTest(loop, nullptr, name, "test_test.cpp", "Scripted//PP_REG") {
     }
-    void beginTest() override
-    {
+    void beginTest() override {
         if (throwInBegin) throw psException(psString("boom"));
     }
-    void flushStart() override
-    {
+    void flushStart() override {
         if (throwStdInFlushStart) throw std::runtime_error("vector too long");
     }
-    bool canStart() override
-    {
+    bool canStart() override {
         for (psParameter* p : parms) addParameter(p);
         return startOk;
     }
-    bool initData() override
-    {
+    bool initData() override {
         psString combo;
         for (psParameter* p : parameters()) combo << p->valueString();
         combos.push_back(combo.str());
@@ -88,11 +76,7 @@ public:
     }
     void flushData() override { ++flushes; }
     psResult runTiming() override { return timingCodes.empty() ? psTest::runTiming() : timingCodes[combos.size() - 1]; }
-    void outputResult(psResult code) override
-    {
-        codes.push_back(code);
-        psTest::outputResult(code);
-    }
+    void outputResult(psResult code) override { codes.push_back(code); psTest::outputResult(code); }
 
     std::vector<psParameter*> parms;
     bool startOk = true, initOk = true, throwInBegin = false, throwStdInFlushStart = false;
@@ -104,8 +88,7 @@ public:
 
 class LifecycleTest : public ::testing::Test {
 protected:
-    void SetUp() override
-    {
+    void SetUp() override {
         savedTool = g_tool;
         g_tool.setMethodLoop(2);
         savedFreq = psCpuTicker::m_freqMHz;
@@ -114,8 +97,7 @@ protected:
         psTest::m_numResultColm = 5;
         g_ostrm.setOutLevel(ERR | WARN);
     }
-    void TearDown() override
-    {
+    void TearDown() override {
         g_tool = savedTool;
         psCpuTicker::m_freqMHz = savedFreq;
         psTest::m_hot = 0;
@@ -134,8 +116,7 @@ protected:
 
 }  // namespace
 
-TEST_F(LifecycleTest, CombinationsRunInOdometerOrder)
-{
+TEST_F(LifecycleTest, CombinationsRunInOdometerOrder) {
     Texts letters("letter", {"a", "b"}), digits("digit", {"1", "2"});
     ScriptedTest t;
     t.parms = {&letters, &digits};
@@ -145,8 +126,7 @@ TEST_F(LifecycleTest, CombinationsRunInOdometerOrder)
     EXPECT_EQ(OK, t.getResult());
 }
 
-TEST_F(LifecycleTest, OutcomesOfARun)
-{
+TEST_F(LifecycleTest, OutcomesOfARun) {
     struct Case {
         std::vector<const char*> values;
         bool startOk, initOk;
@@ -189,8 +169,7 @@ TEST_F(LifecycleTest, OutcomesOfARun)
     }
 }
 
-TEST_F(LifecycleTest, ModesThatMeasureNothing)
-{
+TEST_F(LifecycleTest, ModesThatMeasureNothing) {
     psTest::m_cache = true;
     ScriptedTest cache;
     EXPECT_EQ(UNDEFINED, cache.run());
@@ -204,8 +183,7 @@ TEST_F(LifecycleTest, ModesThatMeasureNothing)
     EXPECT_TRUE(names.combos.empty());
 }
 
-TEST_F(LifecycleTest, HotOnlyModeSelectsAndMeasuresHotFunctions)
-{
+TEST_F(LifecycleTest, HotOnlyModeSelectsAndMeasuresHotFunctions) {
     psStringList* saved = g_pHotList;
     psStringList hot;
     hot.add("lumsHot_8u");
@@ -226,8 +204,7 @@ TEST_F(LifecycleTest, HotOnlyModeSelectsAndMeasuresHotFunctions)
 
 // ---------------------------------------------------------------- crashes, traps and exceptions
 
-TEST_F(LifecycleTest, CrashInMeasuredCodeFailsOnlyThatTest)
-{
+TEST_F(LifecycleTest, CrashInMeasuredCodeFailsOnlyThatTest) {
     Texts p("len", {"1", "2"});
     ScriptedTest crashing(crashingLoop);
     crashing.parms = {&p};
@@ -245,8 +222,7 @@ TEST_F(LifecycleTest, CrashInMeasuredCodeFailsOnlyThatTest)
     EXPECT_EQ(OK, next.run()) << "the session goes on";
 }
 
-TEST_F(LifecycleTest, InvalidOperationGivesABadStatusWarning)
-{
+TEST_F(LifecycleTest, InvalidOperationGivesABadStatusWarning) {
     ScriptedTest t(invalidOperationLoop);
     EXPECT_EQ(BADSTSWRN, t.run());
     EXPECT_EQ((std::vector<psResult>{BADSTSWRN}), t.codes);
@@ -256,8 +232,7 @@ TEST_F(LifecycleTest, InvalidOperationGivesABadStatusWarning)
     EXPECT_TRUE(says("-- modified control status on test parameters:\n"));
 }
 
-TEST_F(LifecycleTest, UnmaskedExceptionTrapsAndTheEnvironmentIsRestored)
-{
+TEST_F(LifecycleTest, UnmaskedExceptionTrapsAndTheEnvironmentIsRestored) {
     const unsigned mxcsr = ps_get_ssx();
     psSSX::setExceptionValue(4096);
     ScriptedTest t(invalidOperationLoop);
@@ -271,8 +246,7 @@ TEST_F(LifecycleTest, UnmaskedExceptionTrapsAndTheEnvironmentIsRestored)
     EXPECT_EQ(mxcsr & ~63u, ps_get_ssx() & ~63u) << "the masks are back as they were";
 }
 
-TEST_F(LifecycleTest, ExceptionsAreReported)
-{
+TEST_F(LifecycleTest, ExceptionsAreReported) {
     ScriptedTest begin;
     begin.throwInBegin = true;
     EXPECT_EQ(EXCPTFAIL, begin.run());
@@ -295,8 +269,7 @@ TEST_F(LifecycleTest, ExceptionsAreReported)
     EXPECT_TRUE(refused.combos.empty()) << "no measurement with a half-translated parameter";
 }
 
-TEST_F(LifecycleTest, StartAndStopReportsExceptionsAndRestoresTheMask)
-{
+TEST_F(LifecycleTest, StartAndStopReportsExceptionsAndRestoresTheMask) {
     Texts p("len", {"1"});
     ScriptedTest t;
     t.parms = {&p};
@@ -309,8 +282,7 @@ TEST_F(LifecycleTest, StartAndStopReportsExceptionsAndRestoresTheMask)
     EXPECT_EQ(ERR | WARN, g_ostrm.getOutLevel());
 }
 
-TEST_F(LifecycleTest, AllocationAppliesAlignmentAndMutualShift)
-{
+TEST_F(LifecycleTest, AllocationAppliesAlignmentAndMutualShift) {
     psTest t(quickLoop, nullptr, "f", "s.cpp", "");
     psSetVectorAlign(8);
     psTest::m_vectorNum = 0;
@@ -335,34 +307,20 @@ ppVector g_src(pp8u), g_dst(pp8u);
 int g_len = 0;
 int g_firstByteSeen = -1;
 
-int copyCall()
-{
-    std::memcpy(g_dst.data(), g_src.data(), static_cast<size_t>(g_len));
-    return 0;
-}
+int copyCall() { std::memcpy(g_dst.data(), g_src.data(), static_cast<size_t>(g_len)); return 0; }
 
 // Changes its own source: without Set&Use every call would see the previous one's result.
-int incrementCall()
-{
-    g_src.ptr<unsigned char>()[0] += 1;
-    return 0;
-}
+int incrementCall() { g_src.ptr<unsigned char>()[0] += 1; return 0; }
 
 class CopyTest : public ppTest {
 public:
     explicit CopyTest(psCallFunc call) : ppTest(call, nullptr, nullptr, nullptr, "lumsCopy_8u", "test_test.cpp", "Copy//PP_REG") {}
-    bool canStart() override
-    {
-        addParameter(&m_len);
-        return true;
-    }
-    bool initData() override
-    {
+    bool canStart() override { addParameter(&m_len); return true; }
+    bool initData() override {
         g_len = m_len.value();
         return g_src.create(g_len, ppFillRandom) && g_dst.create(g_len, ppFillZero);
     }
-    void flushData() override
-    {
+    void flushData() override {
         g_firstByteSeen = g_src.ptr<unsigned char>()[0];
         g_src.deleteData();
         g_dst.deleteData();
@@ -376,8 +334,7 @@ private:
 
 }  // namespace
 
-TEST_F(LifecycleTest, MemoryCopyIsMeasuredThroughTheWholeLifecycle)
-{
+TEST_F(LifecycleTest, MemoryCopyIsMeasuredThroughTheWholeLifecycle) {
     g_tool.setMethodAuto();
     CopyTest t(copyCall);
     g_ostrm.setOutLevel(ERR | WARN | PERF);
@@ -393,8 +350,7 @@ TEST_F(LifecycleTest, MemoryCopyIsMeasuredThroughTheWholeLifecycle)
     std::printf("[ measured ] memcpy of 4096 bytes: %.3f clocks per byte\n", t.performance(false));
 }
 
-TEST_F(LifecycleTest, SetAndUseRestoresTheVectorsBeforeEveryCall)
-{
+TEST_F(LifecycleTest, SetAndUseRestoresTheVectorsBeforeEveryCall) {
     // The same random source each time; its first byte is incremented by every call.
     ppVector pristine(pp8u);
     ASSERT_TRUE(pristine.create(4096, ppFillRandom));

@@ -10,29 +10,23 @@
 
 namespace {
 
-void sseInvalid()
-{
+void sseInvalid() {
     volatile double zero = 0.0;
     volatile double r = zero / zero;
     (void)r;
 }
 
-void sseInexact()
-{
+void sseInexact() {
     volatile double one = 1.0, three = 3.0;
     volatile double r = one / three;
     (void)r;
 }
 
 // 1 / 0 on the x87 unit; the fwait delivers a pending unmasked exception.
-void x87ZeroDivide()
-{
-    __asm__ __volatile__("fld1\n\tfldz\n\tfdivrp\n\tfstp %%st(0)\n\tfwait" ::: "st");
-}
+void x87ZeroDivide() { __asm__ __volatile__("fld1\n\tfldz\n\tfdivrp\n\tfstp %%st(0)\n\tfwait" ::: "st"); }
 
 // Runs f with the signal trap armed; the trapped message, or empty when f returned.
-std::string trapMessage(void (*f)())
-{
+std::string trapMessage(void (*f)()) {
     try {
         PS_ARM_SIGNAL_TRAP();
         f();
@@ -47,15 +41,13 @@ const char* const fpSignal = "--LUM. Signal: FP error, such as overflow, divisio
 // The guard's state before every test: defaults applied, nothing accumulated.
 class FpGuardTest : public ::testing::Test {
 protected:
-    void SetUp() override
-    {
+    void SetUp() override {
         savedCW = ps_get_cw_fpu();
         savedMXCSR = ps_get_ssx();
         g_ctrl87.init();
         g_ssx.init();
     }
-    void TearDown() override
-    {
+    void TearDown() override {
         ps87::setExceptionValue(59);
         psSSX::setExceptionValue(8064);
         ps_clear_fpu();
@@ -67,8 +59,7 @@ protected:
 
 }  // namespace
 
-TEST(FpGuardWords, ControlAndStatusTexts)
-{
+TEST(FpGuardWords, ControlAndStatusTexts) {
     struct Case { unsigned cw, sw; const char* control; const char* status; };
     const Case cases[] = {
         {0x27F, 0, "Near 53 Invalid Denormal Zerodivide Overflow Underflow Inexact ", "Ok"},
@@ -96,8 +87,7 @@ TEST(FpGuardWords, ControlAndStatusTexts)
     EXPECT_TRUE(sse.badStatus());
 }
 
-TEST(FpGuardWords, WithoutSseTheSsePartIsNeverBad)
-{
+TEST(FpGuardWords, WithoutSseTheSsePartIsNeverBad) {
     psSSX none(false);
     none.setAccumulated(0x1);
     EXPECT_STREQ("cpu has not SSX extension", none.strCW());
@@ -106,8 +96,7 @@ TEST(FpGuardWords, WithoutSseTheSsePartIsNeverBad)
     EXPECT_EQ(0u, none.get());
 }
 
-TEST_F(FpGuardTest, DefaultsSetTheRegisters)
-{
+TEST_F(FpGuardTest, DefaultsSetTheRegisters) {
     EXPECT_EQ(59u | 512u, ps_get_cw_fpu() & 3903u);
     EXPECT_EQ(8064u | 32768u, ps_get_ssx() & 65471u);
     g_ctrl87.stop();
@@ -116,8 +105,7 @@ TEST_F(FpGuardTest, DefaultsSetTheRegisters)
     EXPECT_STREQ("Near Invalid Denormal Zerodivide Overflow Underflow Inexact FlushToZero ", g_ssx.strCW());
 }
 
-TEST_F(FpGuardTest, MeasuredCodeRaisingFlagsIsCaughtBetweenStartAndStop)
-{
+TEST_F(FpGuardTest, MeasuredCodeRaisingFlagsIsCaughtBetweenStartAndStop) {
     struct Case { void (*code)(); const char* status; bool bad; };
     const Case cases[] = {{sseInexact, "_Inexact ", false}, {sseInvalid, "?Invalid ", true}};
     for (const Case& c : cases) {
@@ -136,8 +124,7 @@ TEST_F(FpGuardTest, MeasuredCodeRaisingFlagsIsCaughtBetweenStartAndStop)
     EXPECT_EQ(0u, ps_get_ssx() & 63u) << "clearing also clears the register's flags";
 }
 
-TEST_F(FpGuardTest, AccumulatedControlWordIsAnOrOverMeasurements)
-{
+TEST_F(FpGuardTest, AccumulatedControlWordIsAnOrOverMeasurements) {
     g_ctrl87.clear();
     g_ctrl87.stop();
     unsigned old = ps_set_cw_fpu(0x400, 0xC00);  // round down for one measurement
@@ -148,8 +135,7 @@ TEST_F(FpGuardTest, AccumulatedControlWordIsAnOrOverMeasurements)
     EXPECT_EQ(0, psString(g_ctrl87.strCW()).find("Down "));
 }
 
-TEST_F(FpGuardTest, UnmaskedX87ZeroDivideTrapsAndMaskedOnlyFlags)
-{
+TEST_F(FpGuardTest, UnmaskedX87ZeroDivideTrapsAndMaskedOnlyFlags) {
     // Default x87 settings leave zero-divide unmasked: the division traps.
     EXPECT_EQ(fpSignal, trapMessage(x87ZeroDivide));
     ps_clear_fpu();

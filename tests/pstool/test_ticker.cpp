@@ -8,14 +8,12 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-TEST(Ticker, CounterAdvances)
-{
+TEST(Ticker, CounterAdvances) {
     unsigned long long a = lum_get_vantor_counter();
     EXPECT_GT(lum_get_vantor_counter(), a);
 }
 
-TEST(Ticker, EstimateSnapsToANominalFrequencyWithinThreePercent)
-{
+TEST(Ticker, EstimateSnapsToANominalFrequencyWithinThreePercent) {
     const unsigned cases[][2] = {
         {2993, 3060},  // 2.2 % below 3060
         {3200, 3200},  // 4.4 % above 3060: kept
@@ -31,8 +29,7 @@ namespace {
 
 // Runs f in a child process (so priority changes stay there); returns its exit code.
 template <class F>
-int inChild(F f)
-{
+int inChild(F f) {
     pid_t pid = fork();
     if (pid == 0) _exit(f());
     int status = 0;
@@ -44,8 +41,7 @@ int priority() { return getpriority(PRIO_PROCESS, 0); }
 
 }  // namespace
 
-TEST(Ticker, PriorityChangesOnlyForTheSuperuser)
-{
+TEST(Ticker, PriorityChangesOnlyForTheSuperuser) {
     if (getuid() != 0) GTEST_SKIP() << "the superuser's case needs root";
     // Low priority while measuring, the old one afterwards.
     EXPECT_EQ(0, inChild([] {

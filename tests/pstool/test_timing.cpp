@@ -26,15 +26,13 @@ struct Script {
 };
 Script g_s;
 
-void raiseInvalidFlag()
-{
+void raiseInvalidFlag() {
     volatile double zero = 0.0;
     volatile double nan = zero / zero;
     (void)nan;
 }
 
-psResult loopKernel(int n, long long* clocks)
-{
+psResult loopKernel(int n, long long* clocks) {
     int call = static_cast<int>(g_s.counts.size());
     g_s.counts.push_back(n);
     if (g_s.raiseInvalid && g_s.raiseInvalid(n)) raiseInvalidFlag();
@@ -42,8 +40,7 @@ psResult loopKernel(int n, long long* clocks)
     return OK;
 }
 
-psResult statKernel(int* n, long long* clocks)
-{
+psResult statKernel(int* n, long long* clocks) {
     int call = static_cast<int>(g_s.counts.size());
     g_s.counts.push_back(*n);
     g_s.minClocks.push_back(*clocks);
@@ -51,17 +48,12 @@ psResult statKernel(int* n, long long* clocks)
     return OK;
 }
 
-int callFunc()
-{
-    int i = g_s.calls++;
-    return i < static_cast<int>(g_s.statuses.size()) ? g_s.statuses[i] : 0;
-}
+int callFunc() { int i = g_s.calls++; return i < static_cast<int>(g_s.statuses.size()) ? g_s.statuses[i] : 0; }
 
 int initFunc() { return ++g_s.inits, 0; }
 int resetFunc() { return ++g_s.resets, 1; }
 
-psResult customKernel(psTool& tool, int n)
-{
+psResult customKernel(psTool& tool, int n) {
     g_s.counts.push_back(n);
     tool.setNumClocks(50LL * n);
     return OK;
@@ -70,15 +62,13 @@ psResult customKernel(psTool& tool, int n)
 psResult negativeIsFuncFail(int status) { return status < 0 ? FUNCFAIL : status > 0 ? FUNCWRN : OK; }
 
 // Per-loop clocks taken from a list, one entry per kernel call (the last one repeats).
-std::function<double(int, int)> sequence(std::vector<double> v)
-{
+std::function<double(int, int)> sequence(std::vector<double> v) {
     return [v](int, int call) { return v[call < static_cast<int>(v.size()) ? call : v.size() - 1]; };
 }
 
 class TimingTest : public ::testing::Test {
 protected:
-    void SetUp() override
-    {
+    void SetUp() override {
         g_s = Script();
         g_s.perLoop = [](int, int) { return 100.0; };
         psTool::m_pCheckStatus = nullptr;
@@ -86,11 +76,7 @@ protected:
         g_ctrl87.init();
         g_ssx.init();
     }
-    void TearDown() override
-    {
-        psTool::m_pCheckStatus = nullptr;
-        psTool::m_pResetVectors = nullptr;
-    }
+    void TearDown() override { psTool::m_pCheckStatus = nullptr; psTool::m_pResetVectors = nullptr; }
     psTool tool;
 };
 
@@ -98,8 +84,7 @@ protected:
 
 // ---------------------------------------------------------------- Auto arithmetic
 
-TEST_F(TimingTest, AutoScalesThePriorMeasurementAndStopsWhenTwoResultsAgree)
-{
+TEST_F(TimingTest, AutoScalesThePriorMeasurementAndStopsWhenTwoResultsAgree) {
     struct Case {
         double clocksPerLoop;
         std::vector<int> loops;  // loop counts the kernel is asked for, in order
@@ -126,8 +111,7 @@ TEST_F(TimingTest, AutoScalesThePriorMeasurementAndStopsWhenTwoResultsAgree)
     }
 }
 
-TEST_F(TimingTest, ZeroClocksAreRetriedOnceThenTheAutoMethodFails)
-{
+TEST_F(TimingTest, ZeroClocksAreRetriedOnceThenTheAutoMethodFails) {
     g_s.perLoop = [](int, int) { return 0.0; };
     Capture out;
     g_ostrm.setOutLevel(ERR | INFO);
@@ -140,8 +124,7 @@ TEST_F(TimingTest, ZeroClocksAreRetriedOnceThenTheAutoMethodFails)
     EXPECT_NE(std::string::npos, log.find("    Auto method: exit\n"));
 }
 
-TEST_F(TimingTest, AccuracyEqualToTheTargetCountsAsReached)
-{
+TEST_F(TimingTest, AccuracyEqualToTheTargetCountsAsReached) {
     struct Case { std::vector<double> perLoop; double best; double accuracy; };
     const Case cases[] = {
         // 195 then 205 differ by exactly 5 %; the repeats agree.
@@ -168,15 +151,13 @@ TEST_F(TimingTest, AccuracyEqualToTheTargetCountsAsReached)
 // measurement (220 clocks at 1 loop) sets the prior factor to 128.
 static double alternating(int, int call) { return call % 2 ? 180.0 : 220.0; }
 
-static int largestLoopCount()
-{
+static int largestLoopCount() {
     int m = 0;
     for (int n : g_s.counts) m = n > m ? n : m;
     return m;
 }
 
-TEST_F(TimingTest, UnstableClocksEndInAnAccuracyWarning)
-{
+TEST_F(TimingTest, UnstableClocksEndInAnAccuracyWarning) {
     g_s.perLoop = alternating;
     EXPECT_EQ(ACCURWRN, tool.timing(loopKernel, nullptr, nullptr, nullptr));
     std::string acc = psTool::getAccuracyStr(tool.getAchievedAccuracy()).str();
@@ -187,8 +168,7 @@ TEST_F(TimingTest, UnstableClocksEndInAnAccuracyWarning)
     EXPECT_EQ(2048 * 128, largestLoopCount());
 }
 
-TEST_F(TimingTest, BadStatusIsAvoidedByHalvingTheLoopsWhenInitCallsAreOn)
-{
+TEST_F(TimingTest, BadStatusIsAvoidedByHalvingTheLoopsWhenInitCallsAreOn) {
     struct Case {
         bool callInit;
         int firstBadLoops;
@@ -224,8 +204,7 @@ TEST_F(TimingTest, BadStatusIsAvoidedByHalvingTheLoopsWhenInitCallsAreOn)
 
 // ---------------------------------------------------------------- Manual and Statistic
 
-TEST_F(TimingTest, ManualAndStatisticFallBackOnEachOther)
-{
+TEST_F(TimingTest, ManualAndStatisticFallBackOnEachOther) {
     tool.setMethodLoop(7);
     Capture statInstead;
     g_ostrm.setOutLevel(ERR);
@@ -250,8 +229,7 @@ TEST_F(TimingTest, ManualAndStatisticFallBackOnEachOther)
     EXPECT_DOUBLE_EQ(100.0, tool.getFuncClocks());
 }
 
-TEST_F(TimingTest, ManualLogsItsStepsAtTheProcessLevel)
-{
+TEST_F(TimingTest, ManualLogsItsStepsAtTheProcessLevel) {
     Capture out;
     g_ostrm.setOutLevel(ERR | INFO);
     tool.setMethodLoop(10);
@@ -268,8 +246,7 @@ TEST_F(TimingTest, ManualLogsItsStepsAtTheProcessLevel)
 
 // ---------------------------------------------------------------- kernels built from a call function
 
-TEST_F(TimingTest, CallFunctionIsLoopedAndTimedByTheEngine)
-{
+TEST_F(TimingTest, CallFunctionIsLoopedAndTimedByTheEngine) {
     struct Case {
         int method;  // MANUAL with 5 loops or STATISTIC with 3 calls
         int calls;   // calls of the library function, warm-up included
@@ -296,8 +273,7 @@ TEST_F(TimingTest, CallFunctionIsLoopedAndTimedByTheEngine)
     }
 }
 
-TEST_F(TimingTest, LibraryStatusesAreConvertedAndAnErrorStopsEarly)
-{
+TEST_F(TimingTest, LibraryStatusesAreConvertedAndAnErrorStopsEarly) {
     struct Case {
         std::vector<int> statuses;  // warm-up call first, then 5 timed calls
         psResult result;
@@ -320,8 +296,7 @@ TEST_F(TimingTest, LibraryStatusesAreConvertedAndAnErrorStopsEarly)
     }
 }
 
-TEST_F(TimingTest, SetAndUseResetsTheVectorsBeforeEveryTimedCall)
-{
+TEST_F(TimingTest, SetAndUseResetsTheVectorsBeforeEveryTimedCall) {
     psTool::m_pResetVectors = resetFunc;
     tool.setSetAndUse(true);
     tool.setMethodLoop(4);
@@ -334,8 +309,7 @@ TEST_F(TimingTest, SetAndUseResetsTheVectorsBeforeEveryTimedCall)
     EXPECT_TRUE(g_s.counts.empty());
 }
 
-TEST_F(TimingTest, CustomFunctionStoresItsOwnClocks)
-{
+TEST_F(TimingTest, CustomFunctionStoresItsOwnClocks) {
     tool.setMethodLoop(10);
     EXPECT_EQ(OK, tool.timing(customKernel));
     EXPECT_EQ((std::vector<int>{10}), g_s.counts);
@@ -344,8 +318,7 @@ TEST_F(TimingTest, CustomFunctionStoresItsOwnClocks)
 
 // ---------------------------------------------------------------- problems
 
-TEST_F(TimingTest, MissingEntryPointsAndUnknownMethodsAreInternalErrors)
-{
+TEST_F(TimingTest, MissingEntryPointsAndUnknownMethodsAreInternalErrors) {
     Capture out;
     g_ostrm.setOutLevel(ERR);
     EXPECT_EQ(FAIL, tool.timing(nullptr, nullptr, nullptr, nullptr));
@@ -362,8 +335,7 @@ TEST_F(TimingTest, MissingEntryPointsAndUnknownMethodsAreInternalErrors)
 
 // ---------------------------------------------------------------- settings and texts
 
-TEST_F(TimingTest, SettersNormaliseTheirArgumentsAndTheLoopFactorLimitsAuto)
-{
+TEST_F(TimingTest, SettersNormaliseTheirArgumentsAndTheLoopFactorLimitsAuto) {
     int start = 0, stop = 0;
     long long clocks = 0;
     tool.setMethodBest(0, 5, 300);
@@ -390,8 +362,7 @@ TEST_F(TimingTest, SettersNormaliseTheirArgumentsAndTheLoopFactorLimitsAuto)
     EXPECT_EQ(512 * 128, largestLoopCount());
 }
 
-TEST(TimingTexts, AccuracyAndClockTexts)
-{
+TEST(TimingTexts, AccuracyAndClockTexts) {
     const std::pair<double, const char*> acc[] = {
         {0.0009, "0.09%"}, {0.001, "0.1%"}, {0.0005, "0.05%"}, {0.073, "7.3%"}, {0.05, "5.0%"}};
     for (const auto& a : acc) EXPECT_STREQ(a.second, psTool::getAccuracyStr(a.first)) << a.first;
