@@ -23,7 +23,7 @@ struct RunOptions {
     std::string program = "./perfdc";  // argv[0], relative to the working folder
     std::string cwd = ".";              // working folder, relative to the sandbox
     std::string searchDir;              // when set, put first in PATH (argv[0] without folder)
-    std::string input;                  // standard input (empty: /dev/null)
+    std::string input;                  // all of standard input (empty: at its end at once)
 };
 
 class Sandbox {

@@ -183,12 +183,8 @@ TEST_F(Keys, HelpDisplays) {
                               "If several -o keys present in command line then all these files will be created\n"
                               "    and filled\n";
     const std::string hiddenNote = "This is hidden key used by developers only\n";
-    const struct {
-        const char* key;
-        std::string starts;
-        std::vector<std::string> has;
-        std::vector<std::string> hasNot;
-    } cases[] = {
+    struct Case { const char* key; std::string starts; std::vector<std::string> has; std::vector<std::string> hasNot; };
+    const Case cases[] = {
         {"-h", quickFirst, {quickLast}, {hidden, "EXTENDED"}},
         {"-?", "QUICK HELP with hidden keys\n", {hidden, quickLast}, {}},
         {"-hh", "EXTENDED HELP\n", {oHelp, "\n-O[<file-name>]  = add console output to txt-file\n"}, {hiddenNote, "-SU"}},

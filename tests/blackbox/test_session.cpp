@@ -21,11 +21,9 @@ std::vector<std::string> quickWith(std::vector<std::string> args) {
 
 TEST(SessionFiles, NamesAndPlaces) {
     const std::string abs = "/ABS/";  // replaced by the sandbox folder
-    const struct {
-        std::vector<std::string> args;
-        std::vector<std::string> mkdirs;
-        std::vector<std::string> expected;  // files relative to the sandbox
-    } cases[] = {
+    // expected: files relative to the sandbox
+    struct Case { std::vector<std::string> args; std::vector<std::string> mkdirs; std::vector<std::string> expected; };
+    const Case cases[] = {
         // Default names: the program's title in the program's folder.
         {{"-o", "-r", "-u", "-q", "-g"}, {}, {"bin/perfdc.txt", "bin/perfdc.csv", "bin/perfdc_sum.csv", "bin/perfdc_name.csv", "bin/perfdc.end"}},
         {{"-nrun7", "-u", "-r"}, {}, {"bin/run7_sum.csv", "bin/run7.csv"}},
@@ -47,7 +45,7 @@ TEST(SessionFiles, NamesAndPlaces) {
             if (p != std::string::npos) a.replace(p, abs.size(), box.root() + "/");
             args.push_back(a);
         }
-        RunResult r = box.run(quickWith(args), RunOptions{"bin/perfdc", ".", ""});
+        RunResult r = box.run(quickWith(args), RunOptions{"bin/perfdc", ".", "", ""});
         EXPECT_EQ(r.exitCode, 0);
         for (const std::string& f : c.expected) EXPECT_TRUE(box.exists(f)) << c.args[0] << ": " << f << "\n" << r.output;
         // Nothing but the absolute names lands in the working folder itself.
@@ -59,7 +57,7 @@ TEST(SessionFiles, NamesAndPlaces) {
 TEST(SessionFiles, ProgramFoundThroughTheSearchPath) {
     Sandbox box("bin/perfdc");
     box.write("work/.keep", "");
-    RunResult r = box.run(quickWith({"-r", "-o"}), RunOptions{"perfdc", "work", "bin"});
+    RunResult r = box.run(quickWith({"-r", "-o"}), RunOptions{"perfdc", "work", "bin", ""});
     EXPECT_EQ(r.exitCode, 0);
     EXPECT_TRUE(r.hasLine("-r: write performance result table to perfdc.csv")) << r.output;
     EXPECT_TRUE(box.exists("work/perfdc.csv"));
@@ -97,11 +95,9 @@ TEST(SessionFiles, ListingHoldsTheConsoleButNotTheSortingLine) {
 
 TEST(SessionFiles, FilesThatCannotBeOpenedStopTheRun) {
     const std::string output = "FATAL ERROR: can't open output file for writing";
-    const struct {
-        std::vector<std::string> args;
-        std::string fatal;
-        std::string reason;  // the line that names the file
-    } cases[] = {
+    // reason: the line that names the file
+    struct Case { std::vector<std::string> args; std::string fatal; std::string reason; };
+    const Case cases[] = {
         {{"-o/nonexistent/dir/x.txt"}, output, "-- Can't open file /nonexistent/dir/x.txt to write: "},
         {{"-r", "-lmissing"}, output, "-- Can't open file ./missing/perfdc.csv to write: "},
         {{"-@no_such_options"}, output, "-- Can't open file no_such_options to read: "},
@@ -130,11 +126,9 @@ TEST(SessionFiles, FilesThatCannotBeOpenedStopTheRun) {
 // ---------------------------------------------------------------- key sources
 
 TEST(SessionSources, NoArgumentsReadTheFirstCfgLine) {
-    const struct {
-        const char* program;  // relative to the sandbox, which is the working folder
-        const char* cfgPath;
-        const char* header;
-    } cases[] = {
+    // program: relative to the sandbox, which is the working folder
+    struct Case { const char* program; const char* cfgPath; const char* header; };
+    const Case cases[] = {
         {"perfdc", "perfdc.cfg", "Command line options: read from perfdc.cfg file"},
         // Not in the working folder: looked for beside the program.
         {"bin/perfdc", "bin/perfdc.cfg", "Command line options: read from ./bin/perfdc.cfg file"},
@@ -142,7 +136,7 @@ TEST(SessionSources, NoArgumentsReadTheFirstCfgLine) {
     for (const auto& c : cases) {
         Sandbox box(c.program);
         box.write(c.cfgPath, "-B -f=none \"-tx y\" -rcfg\n-osecond_line\n");
-        RunResult r = box.run({}, RunOptions{std::string("./") + c.program, ".", ""});
+        RunResult r = box.run({}, RunOptions{std::string("./") + c.program, ".", "", ""});
         EXPECT_EQ(r.exitCode, 0);
         EXPECT_TRUE(r.hasLine(c.header)) << r.output;
         EXPECT_TRUE(r.hasLine("-B: batch mode")) << r.output;

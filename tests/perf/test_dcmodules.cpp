@@ -52,14 +52,8 @@ protected:
 }  // namespace
 
 TEST_F(KernelTest, StatisticKernelCountsTimedCallsAfterTheWarmUp) {
-    struct Case {
-        std::vector<int> statuses;
-        int minCalls;
-        long long minClocks;
-        int calls;        // *count on return
-        int madeCalls;    // library calls made, the warm-up included
-        psResult result;
-    };
+    // calls: *count on return; madeCalls: library calls made, the warm-up included
+    struct Case { std::vector<int> statuses; int minCalls; long long minClocks; int calls, madeCalls; psResult result; };
     const Case cases[] = {
         {{}, 0, 0, 0, 1, OK},                  // only the warm-up, nothing timed
         {{}, 5, 0, 5, 6, OK},                  // warm-up + 5 timed calls

@@ -32,11 +32,9 @@ TEST(Conditions, VerdictTable) {
     psTest* cpu = makeTest("__psOrvexCpuTest", "__psOrvexCpu", "ps");
     const std::vector<psTest*> tests = {crc, crcc, lzo, cpu};
 
-    const struct {
-        std::vector<std::string> keys;
-        int logic;
-        std::vector<bool> selected;  // crc, crcc, lzo, cpu
-    } cases[] = {
+    // selected: crc, crcc, lzo, cpu
+    struct Case { std::vector<std::string> keys; int logic; std::vector<bool> selected; };
+    const Case cases[] = {
         {{}, COND_AND, {true, true, true, true}},
         {{"fCRC"}, COND_AND, {true, true, false, false}},
         {{"fCRC", "fLZO"}, COND_AND, {true, true, true, false}},

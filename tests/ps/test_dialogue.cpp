@@ -20,13 +20,8 @@ TEST(Dialogue, TitlesAreFramedInSeventyEightColumns) {
 }
 
 TEST(Dialogue, BatchValuesFromSettings) {
-    struct Case {
-        std::vector<const char*> settings;
-        int method;
-        int number;        // NumLoops, NumCalls or StartNumLoops
-        long long clocks;  // TotalCpuClocks or MinCpuClocks
-        double accuracy;
-    };
+    // number: NumLoops, NumCalls or StartNumLoops; clocks: TotalCpuClocks or MinCpuClocks
+    struct Case { std::vector<const char*> settings; int method; int number; long long clocks; double accuracy; };
     const double kept = 0.3;  // the accuracy before the dialogue
     const Case cases[] = {
         {{}, psTool::AUTO, 0, 0, 0.05},

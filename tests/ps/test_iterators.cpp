@@ -22,12 +22,8 @@ enum SortHint { LimSort, UnlimSort, SuffixSort, AutoSort };
 }  // namespace
 
 TEST(StepIterator, TextsValuesAndDescriptions) {
-    const struct {
-        const char* text;
-        std::vector<int> values;
-        const char* defaultText;
-        const char* description;
-    } cases[] = {
+    struct Case { const char* text; std::vector<int> values; const char* defaultText; const char* description; };
+    const Case cases[] = {
         {"16 1024 *2", {16, 32, 64, 128, 256, 512, 1024}, "16; 1024; *2", "for (len = 16; len <= 1024; len *= 2)"},
         {"16;1024;*2", {16, 32, 64, 128, 256, 512, 1024}, "16; 1024; *2", "for (len = 16; len <= 1024; len *= 2)"},
         {"1;2;4", {1, 2, 4}, "1; 2; 4", "len = 1; 2; 4"},

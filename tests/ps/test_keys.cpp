@@ -27,11 +27,7 @@ protected:
         psTest::m_pressing = false;
         psTool::m_priority = m_savedPriority;
         g_tool.setSetAndUse(false);
-        psTestList::m_startFunc = psString();
         g_istrm.data().clear();
-        g_istrm.deleteIniFile();
-        s_cpuFeature = 0;
-        s_numThreads = 0;
         psSession::m_exitLevel = 0;
         psSession::m_nameMode = 0;
         psSession::m_nameExit = false;
@@ -73,44 +69,20 @@ TEST_F(SessionKeys, SettingsLeftByKeys) {
         {{"-e+"}, [](psSession& s) { EXPECT_EQ(s.enumMode, 1); }},
         {{"-e-"}, [](psSession& s) { EXPECT_EQ(s.enumMode, -1); }},
         {{"-ex"}, [](psSession& s) { EXPECT_EQ(s.enumMode, 0); }},
-        {{"-B"}, [](psSession& s) { EXPECT_EQ(s.enumMode, 100); }},
         {{"-Q"}, [](psSession&) { EXPECT_FALSE(psSession::m_nameExit); }},
-        {{"-q+", "-Q"},
-         [](psSession&) {
-             EXPECT_TRUE(psSession::m_nameExit);
-             EXPECT_EQ(psSession::m_nameMode, 1);
-         }},
+        {{"-q+", "-Q"}, [](psSession&) { EXPECT_TRUE(psSession::m_nameExit && psSession::m_nameMode == 1); }},
         {{"-dLen=5", "-dbad", "-dLen=7"},
          [](psSession&) {
              psString v;
-             EXPECT_TRUE(g_istrm.data().get("Len", v));
-             EXPECT_EQ(v.str(), "7");
-             EXPECT_EQ(g_istrm.data().count(), 1);
+             EXPECT_TRUE(g_istrm.data().get("Len", v) && v.str() == "7" && g_istrm.data().count() == 1);
          }},
         {{"-P", "-C", "-SU"},
-         [](psSession&) {
-             EXPECT_TRUE(psTest::m_pressing);
-             EXPECT_TRUE(psTest::m_cache);
-             EXPECT_TRUE(g_tool.getSetAndUse());
-         }},
+         [](psSession&) { EXPECT_TRUE(psTest::m_pressing && psTest::m_cache && g_tool.getSetAndUse()); }},
         {{"-lout", "-nrun7", "-grun"},
          [](psSession& s) { EXPECT_EQ(s.sglName.str(), ::testing::TempDir() + "out/run.end"); }},
-        {{"-e", "-v"},
-         [](psSession&) {
-             EXPECT_EQ(psSession::m_exitLevel, 1);
-             EXPECT_TRUE(s_version);
-         }},
-        {{"-?x"},
-         [](psSession&) {
-             EXPECT_EQ(psSession::m_exitLevel, 2);
-             EXPECT_EQ(s_hintArg, 'x');
-             EXPECT_FALSE(s_hintHide);
-         }},
-        {{"-?", "-h"},
-         [](psSession&) {
-             EXPECT_EQ(s_hintArg, 1);
-             EXPECT_TRUE(s_hintHide);
-         }},
+        {{"-e", "-v"}, [](psSession&) { EXPECT_TRUE(psSession::m_exitLevel == 1 && s_version); }},
+        {{"-?x"}, [](psSession&) { EXPECT_TRUE(psSession::m_exitLevel == 2 && s_hintArg == 'x' && !s_hintHide); }},
+        {{"-?", "-h"}, [](psSession&) { EXPECT_TRUE(s_hintArg == 1 && s_hintHide); }},
         {{"-W"}, [](psSession&) { EXPECT_TRUE(is_W_flagUsed); }},
     };
     for (const auto& c : cases) {

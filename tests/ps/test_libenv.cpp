@@ -43,12 +43,8 @@ TEST_F(LibEnv, FallbacksFillEmptySlots) {
 }
 
 TEST_F(LibEnv, StartUpMessagesThroughTheLibrary) {
-    const struct {
-        Lum64u cpu;
-        int threads;
-        LumStatus setStatus, initStatus, threadStatus;
-        std::string expected;
-    } cases[] = {
+    struct Case { Lum64u cpu; int threads; LumStatus setStatus, initStatus, threadStatus; std::string expected; };
+    const Case cases[] = {
         {0, 0, 0, 0, 0, "\n--calling lumGetNumThreads: numThreads = 4\n"},
         {lumCpuFeatureSSE2, 2, 0, 0, 0,
          "\n--calling lumSetCpuFeatures( lumCpuFeaturesSSE2=1 )\n--status = lumStsNoErr\n"

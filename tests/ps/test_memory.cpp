@@ -11,11 +11,6 @@
 
 #if defined(__SANITIZE_ADDRESS__)
 #include <sanitizer/lsan_interface.h>
-#define PS_FORGET_BLOCKS_BEGIN() __lsan_disable()
-#define PS_FORGET_BLOCKS_END() __lsan_enable()
-#else
-#define PS_FORGET_BLOCKS_BEGIN()
-#define PS_FORGET_BLOCKS_END()
 #endif
 
 namespace {
@@ -41,10 +36,8 @@ protected:
 }  // namespace
 
 TEST_F(MemoryTest, PointerPlacementFollowsAlignAndShift) {
-    struct Case {
-        int align, shift;
-        unsigned offset;  // expected offset of the pointer from a 64-byte boundary
-    };
+    // offset: expected offset of the pointer from a 64-byte boundary
+    struct Case { int align, shift; unsigned offset; };
     // a = 0 rounds base + shift up to the next multiple of 64; 0 < a < 64 with a
     // shift that is a multiple of 64 lands a bytes past base + shift.
     const Case cases[] = {{0, 0, 0}, {0, 1, 0}, {0, 512, 0}, {6, 0, 6}, {6, 512, 6}, {70, 0, 6}, {32, 128, 32}};
@@ -88,10 +81,13 @@ TEST_F(MemoryTest, UnknownPointersAndEmptyListsAreQuiet) {
     EXPECT_EQ(nullptr, psMallocFirst(nullptr, nullptr));
     char local[16];
     psFree(local);  // no records at all
-    // This block is forgotten on purpose below and never returned to the system.
-    PS_FORGET_BLOCKS_BEGIN();
-    void* p = psMalloc(8, 0, 0, nullptr);
-    PS_FORGET_BLOCKS_END();
+    void* p = nullptr;
+    {
+#if defined(__SANITIZE_ADDRESS__)
+        __lsan::ScopedDisabler forgottenOnPurpose;  // the block is forgotten below, never returned
+#endif
+        p = psMalloc(8, 0, 0, nullptr);
+    }
     psFree(local);  // not handed out
     psFree(nullptr);
     EXPECT_EQ(1, psMallocCount());

@@ -1,5 +1,6 @@
-// Single-value parameters: conversions and refusals, where a value comes from
-// (-d, ini file, console, default), and the deprecated text in the table.
+// Single-value parameters: conversions and refusals, and the deprecated text in the
+// table. Where a value comes from (-d, ini file, console, default) is checked by the
+// black-box dialogue runs.
 #include "parameter.h"
 
 #include "helpers.h"
@@ -7,17 +8,14 @@
 #include <gtest/gtest.h>
 
 #include <climits>
-#include <cstdio>
 #include <string>
 
 TEST(Parameter, IntegerConversionsLenientAndStrict) {
     const int R = INT_MIN;  // refused
     const int U = INT_MAX;  // not looked at: the framework's lenient reading leaves it undefined
-    const struct {
-        const char* text;
-        int lenient;  // psDefault_NSC<int>
-        int strict;   // psDefault<int>
-    } cases[] = {
+    // lenient: psDefault_NSC<int>; strict: psDefault<int>
+    struct Case { const char* text; int lenient; int strict; };
+    const Case cases[] = {
         {"42", 42, 42}, {" 7 ", 7, 7}, {"-5", -5, -5}, {"0x1F", 31, 31}, {"0xFFFFFFFF", -1, -1},
         {"12abc", 12, R}, {"abc", R, R}, {"", R, R},   {"- 5", R, R},   {"99999999999", U, R},
     };
@@ -49,51 +47,6 @@ TEST(Parameter, CheckedValuesTruthAndLongNumbers) {
     psDefault<long long> clocks(0, "TotalCpuClocks");
     EXPECT_EQ("", psTestRefusal(clocks, "99999999999"));
     EXPECT_EQ(99999999999LL, clocks.value());
-}
-
-TEST(Parameter, SourcesInPriorityOrder) {
-    const std::string ini = psTestTempPath("params_sources.ini");
-    const std::string answers = psTestTempPath("params_answers.txt");
-    const struct {
-        const char* data;     // -d value, or null
-        const char* iniText;  // value in the ini file, or null
-        const char* console;  // what the console holds, or null for no console
-        int expected;
-        const char* unread;   // the console's next line afterwards
-    } cases[] = {
-        {"100", "50", "77\nrest\n", 100, "77"}, {nullptr, "50", "77\nrest\n", 50, "77"},
-        {nullptr, nullptr, "77\nrest\n", 77, "rest"}, {nullptr, nullptr, "\nrest\n", 64, "rest"},
-        {nullptr, nullptr, "", 64, ""}, {nullptr, nullptr, nullptr, 64, ""},
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(testing::Message() << (c.data ? c.data : "-") << "/" << (c.iniText ? c.iniText : "-") << "/"
-                                        << (c.console ? c.console : "-"));
-        psIStream in;
-        if (c.data) in.data().set("len", c.data);
-        if (c.iniText) {
-            psTestWriteFile(ini, std::string("[Perf System]\nlen = ") + c.iniText + "\n");
-            ASSERT_TRUE(in.setIniFile(ini.c_str(), false));
-        }
-        psTestWriteFile(answers, c.console ? c.console : "");
-        psString path = answers.c_str();
-        i_stream console(path, IO_READ | IO_EXACT_NAME);
-        if (c.console) in.setIStream(&console);
-
-        psDefault<int> len(64, "len");
-        Capture out;
-        g_ostrm.setOutLevel(ERR | WARN | PERF);
-        len.fromIStream(in);
-        EXPECT_EQ(c.expected, len.value());
-        EXPECT_EQ(" len = " + std::to_string(c.expected) + "\n", out.text());
-        psString next;
-        console.getline(next);
-        EXPECT_EQ(c.unread, std::string(next)) << "the console is asked only when nothing else defines the value";
-        EXPECT_EQ(!c.console || !*c.console, in.getIStream() == nullptr) << "a console at its end is detached";
-        in.setIStream(nullptr);
-        in.deleteIniFile();
-    }
-    std::remove(ini.c_str());
-    std::remove(answers.c_str());
 }
 
 TEST(Parameter, DeprecatedTextOnlyWhileFlagged) {

@@ -66,15 +66,13 @@ TEST(FormatClocks, DecimalsFollowTheMagnitude) {
     EXPECT_STREQ("nan", t.formatClocks(std::numeric_limits<double>::quiet_NaN()));
 }
 
-TEST_F(ResultsTest, ResultLineShowsCommentClocksDivisorAndPerformance) {
+TEST_F(ResultsTest, ResultLineAndPerformance) {
     EXPECT_STREQ("nLps=10   perf= 1.23e+04/      100=      123 clocks", test.testResultString());
     // Auto and Iterative add the achieved accuracy; a long comment is not cut.
     test.tool().setMethodAuto();
     test.tool().setComment("nLps=2048 acc=7.3%");
     EXPECT_STREQ("acc=100.0%nLps=2048 acc=7.3%perf= 1.23e+04/      100=      123 clocks", test.testResultString());
-}
-
-TEST_F(ResultsTest, PerformanceAndFlops) {
+    // Performance: clocks per unit of the divisor, or MFlops for a floating-point function.
     EXPECT_DOUBLE_EQ(123.45, test.performance(false));
     EXPECT_EQ(0.0, test.performance(true)) << "not a floating-point function";
     test.floating = true;
@@ -154,15 +152,8 @@ TEST_F(ResultsTest, DeprecatedValuesGiveAPostponedSecondLine) {
 }
 
 TEST(RegInfo, NamesTheEntryPointsAndTheOneUsedForMeasuring) {
-    struct Case {
-        psLoopFunc loop;
-        psStatFunc stat;
-        psCallFunc call;
-        int method;
-        bool preferCalls;
-        bool setAndUse;
-        const char* text;
-    };
+    struct Case { psLoopFunc loop; psStatFunc stat; psCallFunc call; int method; bool preferCalls, setAndUse;
+                  const char* text; };
     const char* head = "   Test has been registered by PP_REG macro";
     const Case cases[] = {
         {unusedLoop, unusedStat, unusedCall, psTool::AUTO, false, false,

@@ -56,8 +56,7 @@ psResult invalidOperationLoop(int n, long long* clocks) {
 class ScriptedTest : public psTest {
 public:
     explicit ScriptedTest(psLoopFunc loop = quickLoop, const char* name = "lumsScripted_8u")
-        : psTest(loop, nullptr, name, "test_test.cpp", "Scripted//PP_REG") {
-    }
+        : psTest(loop, nullptr, name, "test_test.cpp", "Scripted//PP_REG") {}
     void beginTest() override {
         if (throwInBegin) throw psException(psString("boom"));
     }
@@ -127,15 +126,9 @@ TEST_F(LifecycleTest, CombinationsRunInOdometerOrder) {
 }
 
 TEST_F(LifecycleTest, OutcomesOfARun) {
-    struct Case {
-        std::vector<const char*> values;
-        bool startOk, initOk;
-        std::vector<psResult> timing;  // what the timing returns per combination (empty: measure)
-        OutputLevel mask;
-        psResult result;
-        int combos;  // combinations prepared; every one is flushed
-        const char* message;
-    };
+    // timing: what the timing returns per combination (empty: measure); combos: combinations prepared (and flushed)
+    struct Case { std::vector<const char*> values; bool startOk, initOk; std::vector<psResult> timing; OutputLevel mask;
+                  psResult result; int combos; const char* message; };
     const OutputLevel both = ERR | WARN;
     const Case cases[] = {
         {{}, true, true, {}, both, DATAFAIL, 0, "-- One of argument list for timing is empty\n"},
@@ -163,8 +156,9 @@ TEST_F(LifecycleTest, OutcomesOfARun) {
         EXPECT_EQ(c.result, t.run());
         EXPECT_EQ(c.combos, static_cast<int>(t.combos.size()));
         EXPECT_EQ(c.combos, t.flushes);
-        if (!c.timing.empty())
+        if (!c.timing.empty()) {
             EXPECT_EQ(std::vector<psResult>(c.timing.begin(), c.timing.begin() + c.combos), t.codes);
+        }
         EXPECT_NE(std::string::npos, local.text().find(c.message));
     }
 }

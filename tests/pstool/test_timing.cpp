@@ -85,11 +85,8 @@ protected:
 // ---------------------------------------------------------------- Auto arithmetic
 
 TEST_F(TimingTest, AutoScalesThePriorMeasurementAndStopsWhenTwoResultsAgree) {
-    struct Case {
-        double clocksPerLoop;
-        std::vector<int> loops;  // loop counts the kernel is asked for, in order
-        const char* comment;
-    };
+    // loops: loop counts the kernel is asked for, in order
+    struct Case { double clocksPerLoop; std::vector<int> loops; const char* comment; };
     const Case cases[] = {
         // 2 x 10000 / 100 = 200 is not a power of two: the factor is 256.
         {100, {1, 256, 1024}, "nLps=1024"},
@@ -169,13 +166,8 @@ TEST_F(TimingTest, UnstableClocksEndInAnAccuracyWarning) {
 }
 
 TEST_F(TimingTest, BadStatusIsAvoidedByHalvingTheLoopsWhenInitCallsAreOn) {
-    struct Case {
-        bool callInit;
-        int firstBadLoops;
-        std::vector<int> loops;
-        const char* verdict;  // null: no attempt
-        bool stillBad;        // what is still bad stays for the test to report
-    };
+    // verdict: the outcome line of the attempt (none made: null); stillBad: what is still bad stays for the test
+    struct Case { bool callInit; int firstBadLoops; std::vector<int> loops; const char* verdict; bool stillBad; };
     // Prior 1 and 256; the iteration at 1024 raises the flag; the attempt repeats at 512.
     const Case cases[] = {
         {true, 513, {1, 256, 1024, 512, 512, 512, 512, 512}, "-- Attempt is successful\n", false},
@@ -247,12 +239,8 @@ TEST_F(TimingTest, ManualLogsItsStepsAtTheProcessLevel) {
 // ---------------------------------------------------------------- kernels built from a call function
 
 TEST_F(TimingTest, CallFunctionIsLoopedAndTimedByTheEngine) {
-    struct Case {
-        int method;  // MANUAL with 5 loops or STATISTIC with 3 calls
-        int calls;   // calls of the library function, warm-up included
-        int inits;
-        const char* comment;
-    };
+    // method: MANUAL with 5 loops or STATISTIC with 3 calls; calls: calls of the library function, warm-up included
+    struct Case { int method; int calls; int inits; const char* comment; };
     const Case cases[] = {
         {psTool::MANUAL, 1 + 5, 1 + 5, "nLps=5"},
         {psTool::STATISTIC, 1 + 3 * 2, 1 + 3, "nCalls=3"},
@@ -274,11 +262,8 @@ TEST_F(TimingTest, CallFunctionIsLoopedAndTimedByTheEngine) {
 }
 
 TEST_F(TimingTest, LibraryStatusesAreConvertedAndAnErrorStopsEarly) {
-    struct Case {
-        std::vector<int> statuses;  // warm-up call first, then 5 timed calls
-        psResult result;
-        int calls;
-    };
+    // statuses: warm-up call first, then 5 timed calls
+    struct Case { std::vector<int> statuses; psResult result; int calls; };
     const Case cases[] = {
         {{-3}, FUNCFAIL, 1},                // a failing warm-up ends it before timing
         {{0, 0, 2, 0, 0, 0}, FUNCWRN, 6},   // a warning is kept although later calls are clean
