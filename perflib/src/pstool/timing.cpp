@@ -306,6 +306,54 @@ psResult psTool::timing(psCustomFunc custom)
 
 // ---------------------------------------------------------------- one measurement
 
+// One call of the loop entry (n loops) or of the per-call entry (at least *calls
+// calls, which it may change), with the status watch and the raised priority around
+// it. With Set&Use the built-in entries reset the vectors before every call and
+// nothing else is done. Returns false, leaving the result UNDEFINED, when Set&Use
+// has no call function to measure.
+bool psTool::measureEntry(bool useLoop, int n, int* calls, psResult* r)
+{
+    if (m_setAndUse) {
+        if (!m_call) {
+            m_result = UNDEFINED;
+            return false;
+        }
+        psTraceScope t("lumFunctionCalls");
+        *r = useLoop ? timCall_Loop(n, &m_numClocks, true) : timCall_Stat(calls, &m_numClocks, true);
+        return true;
+    }
+    if (m_callInit && m_init) {
+        psTraceScope t("initFunc call");
+        m_init();
+    }
+    ctrlStart();
+    g_trace.traceIn("lumFunctionCalls");
+    psSetPriority(m_priority);
+    if (useLoop) {
+        if (m_loop)
+            *r = m_loop(n, &m_numClocks);
+        else if (m_call)
+            *r = timCall_Loop(n, &m_numClocks, false);
+        else {
+            internalError(269);
+            *r = FAIL;
+        }
+    } else {
+        if (m_stat)
+            *r = m_stat(calls, &m_numClocks);
+        else if (m_call)
+            *r = timCall_Stat(calls, &m_numClocks, false);
+        else {
+            internalError(278);
+            *r = FAIL;
+        }
+    }
+    psResetPriority();
+    g_trace.traceOut("lumFunctionCalls");
+    ctrlStop();
+    return true;
+}
+
 void psTool::runTimFunc(int n, double* perLoop, bool forceLoop)
 {
     const bool useLoop = forceLoop || !m_preferCalls;
@@ -313,44 +361,7 @@ void psTool::runTimFunc(int n, double* perLoop, bool forceLoop)
         m_numClocks = 0;
         int calls = n;
         psResult r;
-        if (!m_setAndUse) {
-            if (m_callInit && m_init) {
-                psTraceScope t("initFunc call");
-                m_init();
-            }
-            ctrlStart();
-            g_trace.traceIn("lumFunctionCalls");
-            psSetPriority(m_priority);
-            if (useLoop) {
-                if (m_loop)
-                    r = m_loop(n, &m_numClocks);
-                else if (m_call)
-                    r = timCall_Loop(n, &m_numClocks, false);
-                else {
-                    internalError(269);
-                    r = FAIL;
-                }
-            } else {
-                if (m_stat)
-                    r = m_stat(&calls, &m_numClocks);
-                else if (m_call)
-                    r = timCall_Stat(&calls, &m_numClocks, false);
-                else {
-                    internalError(278);
-                    r = FAIL;
-                }
-            }
-            psResetPriority();
-            g_trace.traceOut("lumFunctionCalls");
-            ctrlStop();
-        } else {
-            if (!m_call) {
-                m_result = UNDEFINED;
-                return;
-            }
-            psTraceScope t("lumFunctionCalls");
-            r = useLoop ? timCall_Loop(n, &m_numClocks, true) : timCall_Stat(&calls, &m_numClocks, true);
-        }
+        if (!measureEntry(useLoop, n, &calls, &r)) return;
         updateResult(r);
         if (m_result > WARNING || m_numClocks > 0 || attempt == 1) {
             *perLoop = perCall(m_numClocks, calls);
@@ -363,33 +374,7 @@ void psTool::runTimFuncStat(long long minClocks, int* calls, double* perCallCloc
 {
     psResult r;
     m_numClocks = minClocks;
-    if (!m_setAndUse) {
-        if (m_callInit && m_init) {
-            psTraceScope t("initFunc call");
-            m_init();
-        }
-        ctrlStart();
-        g_trace.traceIn("lumFunctionCalls");
-        psSetPriority(m_priority);
-        if (m_stat)
-            r = m_stat(calls, &m_numClocks);
-        else if (m_call)
-            r = timCall_Stat(calls, &m_numClocks, false);
-        else {
-            internalError(278);
-            r = FAIL;
-        }
-        psResetPriority();
-        g_trace.traceOut("lumFunctionCalls");
-        ctrlStop();
-    } else {
-        if (!m_call) {
-            m_result = UNDEFINED;
-            return;
-        }
-        psTraceScope t("lumFunctionCalls");
-        r = timCall_Stat(calls, &m_numClocks, true);
-    }
+    if (!measureEntry(false, *calls, calls, &r)) return;
     *perCallClocks = perCall(m_numClocks, *calls);
     updateResult(r);
 }

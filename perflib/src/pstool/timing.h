@@ -107,6 +107,7 @@ private:
     int repeatTiming(int loops, int samples);
     void avoidBadStatus();
     psResult failTiming();
+    bool measureEntry(bool useLoop, int n, int* calls, psResult* r);
     void runTimFunc(int n, double* perLoop, bool forceLoop);
     void runTimFuncStat(long long minClocks, int* calls, double* perCall);
     psResult timCall_Loop(int n, long long* clocks, bool resetVectors);
