@@ -32,7 +32,7 @@ build: deps
 bench: build
 	@mkdir -p $(RESULTS)
 	@if [ ! -d "$(CORPUS)" ]; then echo "Corpus folder $(CORPUS) not found: the compression tests will report missing files (run 'make corpus' and pass CORPUS=$(abspath corpus))"; fi
-	$(BUILD)/bin/perfdc -B -l$(RESULTS) -nperfdc -r -u -o -p$(CORPUS)/
+	$(BUILD)/bin/perfdc -B -LPERF -l$(RESULTS) -nperfdc -r -u -o -p$(CORPUS)/
 	@echo
 	@echo "Results written to $(RESULTS):"
 	@ls -1 $(RESULTS)
