@@ -36,6 +36,153 @@ LUM_API LumStatus lumsCRC32_BZ2_8u(const Lum8u* pSrc, int len, Lum32u* pCRC32);
  * 0x091E01DE. */
 LUM_API LumStatus lumsAdler32_8u(const Lum8u* pSrc, int len, Lum32u* pAdler32);
 
+/* ==== Block-sorting (BZ2) stages ======================================================
+ * Together these produce and consume real bzip2 blocks. Work areas are opaque, sized by
+ * their GetSize function, placed by the caller (any alignment) and hold no pointers into
+ * themselves, so they may be copied or moved between Init and use.
+ */
+typedef struct LumRLEState_BZ2 LumRLEState_BZ2;
+typedef struct LumMTFState_8u LumMTFState_8u;
+typedef struct LumEncodeHuffState_BZ2 LumEncodeHuffState_BZ2;
+typedef struct LumDecodeHuffState_BZ2 LumDecodeHuffState_BZ2;
+
+typedef enum {
+    lumBWTItohTanakaLimSort = 0,
+    lumBWTItohTanakaUnlimSort = 1,
+    lumBWTSuffixSort = 2,
+    lumBWTAutoSort = 3
+} LumBWTSortAlgorithmHint;
+
+/* First run-length stage: 4 to 255 equal bytes become the 4 bytes and a count byte. */
+LUM_API LumStatus lumsRLEGetSize_BZ2_8u(int* pSize);
+LUM_API LumStatus lumsEncodeRLEInit_BZ2_8u(LumRLEState_BZ2* pState);
+LUM_API LumStatus lumsEncodeRLE_BZ2_8u(Lum8u** ppSrc, int* pSrcLen, Lum8u* pDst, int* pDstLen,
+                                       LumRLEState_BZ2* pState);
+LUM_API LumStatus lumsEncodeRLEFlush_BZ2_8u(Lum8u* pDst, int* pDstLen, LumRLEState_BZ2* pState);
+LUM_API LumStatus lumsRLEGetInUseTable_8u(Lum8u inUse[256], LumRLEState_BZ2* pState);
+LUM_API LumStatus lumsDecodeRLEState_BZ2_8u(Lum8u** ppSrc, int* pSrcLen, Lum8u** ppDst,
+                                            int* pDstLen, LumRLEState_BZ2* pState);
+
+/* Dictionary reduction (byte value -> rank among the values in use) and expansion. */
+LUM_API LumStatus lumsReduceDictionary_8u_I(const Lum8u inUse[256], Lum8u* pSrcDst, int len,
+                                            int* pSizeDictionary);
+LUM_API LumStatus lumsExpandDictionary_8u_I(const Lum8u inUse[256], Lum8u* pSrcDst, int len,
+                                            int sizeDictionary);
+
+/* Burrows-Wheeler transform of the cyclic rotations (bzip2's). */
+LUM_API LumStatus lumsBWTFwdGetSize_8u(int wndSize, int* pSize);
+LUM_API LumStatus lumsBWTFwd_8u(const Lum8u* pSrc, Lum8u* pDst, int len, int* pIndex,
+                                Lum8u* pBuff);
+LUM_API LumStatus lumsBWTFwd_SelectSort_8u(const Lum8u* pSrc, Lum8u* pDst, int len, int* pIndex,
+                                           Lum8u* pBuff, LumBWTSortAlgorithmHint hint);
+LUM_API LumStatus lumsBWTInvGetSize_8u(int wndSize, int* pSize);
+LUM_API LumStatus lumsBWTInv_8u(const Lum8u* pSrc, Lum8u* pDst, int len, int index,
+                                Lum8u* pBuff);
+
+/* Move-to-front; the list persists in the state across calls. */
+LUM_API LumStatus lumsMTFGetSize_8u(int* pSize);
+LUM_API LumStatus lumsMTFInit_8u(LumMTFState_8u* pState);
+LUM_API LumStatus lumsMTFFwd_8u(const Lum8u* pSrc, Lum8u* pDst, int len, LumMTFState_8u* pState);
+LUM_API LumStatus lumsMTFInv_8u(const Lum8u* pSrc, Lum8u* pDst, int len, LumMTFState_8u* pState);
+
+/* Zero-run coding of MTF output (RUNA = 0, RUNB = 1, value v > 0 -> v + 1). */
+LUM_API LumStatus lumsEncodeZ1Z2_BZ2_8u16u(Lum8u** ppSrc, int* pSrcLen, Lum16u* pDst,
+                                           int* pDstLen, Lum32u freqTable[258]);
+LUM_API LumStatus lumsDecodeZ1Z2_BZ2_16u8u(Lum16u** ppSrc, int* pSrcLen, Lum8u* pDst,
+                                           int* pDstLen);
+
+/* bzip2 block Huffman coding, most significant bit first. */
+LUM_API LumStatus lumsEncodeHuffGetSize_BZ2_16u8u(int wndSize, int* pSize);
+LUM_API LumStatus lumsEncodeHuffInit_BZ2_16u8u(int sizeDictionary, const Lum32u freqTable[258],
+                                               const Lum16u* pSrc, int srcLen,
+                                               LumEncodeHuffState_BZ2* pState);
+LUM_API LumStatus lumsPackHuffContext_BZ2_16u8u(Lum32u* pCode, int* pCodeLenBits, Lum8u* pDst,
+                                                int* pDstLen, LumEncodeHuffState_BZ2* pState);
+LUM_API LumStatus lumsEncodeHuff_BZ2_16u8u(Lum32u* pCode, int* pCodeLenBits, const Lum16u** ppSrc,
+                                           int* pSrcLen, Lum8u* pDst, int* pDstLen,
+                                           LumEncodeHuffState_BZ2* pState);
+LUM_API LumStatus lumsDecodeHuffGetSize_BZ2_8u16u(int wndSize, int* pSize);
+LUM_API LumStatus lumsDecodeHuffInit_BZ2_8u16u(int sizeDictionary, LumDecodeHuffState_BZ2* pState);
+LUM_API LumStatus lumsUnpackHuffContext_BZ2_8u16u(Lum32u* pCode, int* pCodeLenBits,
+                                                  const Lum8u** ppSrc, int* pSrcLen,
+                                                  LumDecodeHuffState_BZ2* pState);
+LUM_API LumStatus lumsDecodeHuff_BZ2_8u16u(Lum32u* pCode, int* pCodeLenBits, const Lum8u** ppSrc,
+                                           int* pSrcLen, Lum16u* pDst, int* pDstLen,
+                                           LumDecodeHuffState_BZ2* pState);
+
+/* Z1Z2 decoding, inverse MTF, inverse BWT and dictionary expansion of one block. */
+LUM_API LumStatus lumsDecodeBlock_BZ2_16u8u(const Lum16u* pSrc, int srcLen, Lum8u* pDst,
+                                            int* pDstLen, int index, int sizeDictionary,
+                                            const Lum8u inUse[256], Lum8u* pBuff);
+
+/* ==== Deflate stages (RFC 1951) ======================================================== */
+typedef enum {
+    lumLZ77NoFlush = 0,
+    lumLZ77SyncFlush = 1,
+    lumLZ77FullFlush = 2,
+    lumLZ77FinishFlush = 3
+} LumLZ77Flush;
+
+typedef enum {
+    lumInflateBlockHeader = 0,
+    lumInflateFixedBlock = 1,
+    lumInflateStoredBlock = 2,
+    lumInflateStreamEnd = 3
+} LumInflateMode;
+
+/* One Huffman code, already bit-reversed for least-significant-bit-first output. */
+typedef struct {
+    Lum16u code;
+    Lum16u len;
+} LumDeflateHuffCode;
+
+/* Inflate state, six words: 0 block type in progress, 1 final-block flag, 2 stored bytes
+ * left, 3 match bytes still to copy (0 = none), 4 that match's distance, 5 reserved. */
+typedef struct {
+    Lum32u word[6];
+} LumInflateState;
+
+LUM_API LumStatus lumsDeflateLZ77_8u(const Lum8u** ppSrc, int* pSrcLen, int* pSrcIdx,
+                                     const Lum8u* pWindow, int winSize, Lum32s* pHashHead,
+                                     Lum32s* pHashPrev, int hashSize, Lum32u pLitFreqTable[286],
+                                     Lum32u pDistFreqTable[30], Lum8u* pLitDst, Lum16u* pDistDst,
+                                     int* pDstLen, int comprLevel, LumLZ77Flush flush);
+LUM_API LumStatus lumsDeflateHuff_8u(const Lum8u* pLitSrc, const Lum16u* pDistSrc, int srcLen,
+                                     Lum32u* pCode, int* pCodeLenBits,
+                                     const LumDeflateHuffCode pLitHuffCodes[286],
+                                     const LumDeflateHuffCode pDistHuffCodes[30], Lum8u* pDst,
+                                     int* pDstIdx);
+LUM_API LumStatus lumsInflate_8u(const Lum8u** ppSrc, int* pSrcLen, Lum32u* pCode,
+                                 int* pCodeLenBits, int winIdx, Lum8u** ppDst, int* pDstLen,
+                                 int dstIdx, LumInflateMode* pMode, LumInflateState* pState);
+
+/* ==== LZO (LZO1X) ====================================================================== */
+typedef enum {
+    lumLZO1XST = 0,
+    lumLZO1XMT = 1
+} LumLZOMethod;
+
+typedef struct LumLZOState_8u LumLZOState_8u;
+
+LUM_API LumStatus lumsEncodeLZOGetSize(LumLZOMethod method, int maxInputLen, int* pSize);
+LUM_API LumStatus lumsEncodeLZOInit_8u(LumLZOMethod method, int maxInputLen, LumLZOState_8u* pState);
+LUM_API LumStatus lumsEncodeLZO_8u(const Lum8u* pSrc, int srcLen, Lum8u* pDst, int* pDstLen,
+                                   LumLZOState_8u* pState);
+LUM_API LumStatus lumsDecodeLZO_8u(const Lum8u* pSrc, int srcLen, Lum8u* pDst, int* pDstLen);
+LUM_API LumStatus lumsDecodeLZOSafe_8u(const Lum8u* pSrc, int srcLen, Lum8u* pDst, int* pDstLen);
+
+/* ==== LZSS (4096-byte ring) ============================================================ */
+typedef struct LumLZSSState_8u LumLZSSState_8u;
+
+LUM_API LumStatus lumsLZSSGetSize_8u(int* pSize);
+LUM_API LumStatus lumsEncodeLZSSInit_8u(LumLZSSState_8u* pState);
+LUM_API LumStatus lumsEncodeLZSS_8u(Lum8u** ppSrc, int* pSrcLen, Lum8u** ppDst, int* pDstLen,
+                                    LumLZSSState_8u* pState);
+LUM_API LumStatus lumsEncodeLZSSFlush_8u(Lum8u** ppDst, int* pDstLen, LumLZSSState_8u* pState);
+LUM_API LumStatus lumsDecodeLZSSInit_8u(LumLZSSState_8u* pState);
+LUM_API LumStatus lumsDecodeLZSS_8u(Lum8u** ppSrc, int* pSrcLen, Lum8u** ppDst, int* pDstLen,
+                                    LumLZSSState_8u* pState);
+
 /* Version record of liblumdc. */
 LUM_API const LumLibraryVersion* lumdcGetLibVersion(void);
 
