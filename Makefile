@@ -9,7 +9,8 @@ RESULTS    ?= $(abspath results)
 CORPUS_URL ?= https://corpus.canterbury.ac.nz/resources/calgary.tar.gz
 
 PACKAGES = cmake make g++ pkg-config libgtest-dev zlib1g-dev libbz2-dev \
-           liblzo2-dev libdeflate-dev libdivsufsort-dev
+           liblzo2-dev libdeflate-dev libdivsufsort-dev \
+           libcli11-dev libfmt-dev
 SUDO := $(shell [ "$$(id -u)" = 0 ] || echo sudo)
 
 .PHONY: all deps build bench test test-plain test-sanitize corpus clean
