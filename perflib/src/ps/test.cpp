@@ -317,6 +317,7 @@ static void measureCombination(psTest* t)
         psTest::m_currentResult = psMaxResult(psTest::m_currentResult, FAIL);
     } else {
         t->printAllMemoryBlocks("after");
+        if (!psIsFailure(code)) code = psMaxResult(code, t->checkOutput());
     }
     code = psMaxResult(code, t->checkCtrlStatus());
     // Warnings that the console does not show do not spoil the run's result.

@@ -73,6 +73,10 @@ public:
     virtual void outputConst();
     virtual void outputRegInfo();
     virtual void putTextResult(psResult code);
+    // Untimed look, after a measurement, at what the function produced (a decoder
+    // must give back its original data); it reports a mismatch itself. UNDEFINED
+    // when there is nothing to check, so a clean measurement's result stays as it is.
+    virtual psResult checkOutput() { return UNDEFINED; }
 
     // ---- non-virtual operations
     void putTextError(psResult code);
