@@ -182,9 +182,10 @@ LUM_API LumStatus lumSetCpuFeatures(Lum64u mask);
 LUM_API LumStatus lumSetNumThreads(int n);
 LUM_API LumStatus lumGetNumThreads(int* pNumThreads);
 
-/* Largest data or unified cache in bytes, from CPUID leaf 0x8000001D on processors with
- * the topology extensions, else from leaf 4. lumStsCpuNotSupportedErr (size 0) when the
- * processor reports no cache this way. */
+/* Largest data or unified cache in bytes (at most INT_MAX), from the first source that
+ * describes one: the deterministic cache leaves of CPUID (0x8000001D on processors with
+ * the topology extensions, else leaf 4), the extended leaves 0x80000005/0x80000006, then
+ * the operating system (sysconf, sysfs). lumStsCpuNotSupportedErr (size 0) when none does. */
 LUM_API LumStatus lumGetMaxCacheSizeB(int* pSizeBytes);
 
 /* Version record of liblumcore. */

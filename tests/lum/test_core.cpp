@@ -1,5 +1,5 @@
-// Core services: status texts, feature detection and selection, thread budget,
-// cache size and the level named in the version records.
+// Core services: status texts, feature detection and selection, thread budget and the
+// level named in the version records (the cache size has its own file).
 #include <gtest/gtest.h>
 #include <unistd.h>
 
@@ -116,20 +116,6 @@ TEST_F(CoreState, ThreadBudget) {
     ASSERT_EQ(lumGetNumThreads(&n), lumStsNoErr);
     EXPECT_EQ(n, 3);
     ASSERT_EQ(lumSetNumThreads(1024), lumStsNoErr);
-}
-
-TEST(CacheSize, LargestDataCacheIsReported) {
-    EXPECT_EQ(lumGetMaxCacheSizeB(nullptr), lumStsNullPtrErr);
-    int size = -1;
-    const LumStatus st = lumGetMaxCacheSizeB(&size);
-#if defined(__x86_64__)
-    ASSERT_EQ(st, lumStsNoErr);
-    // At least a 32 KiB first-level cache, in whole 1 KiB units on any real processor.
-    EXPECT_GE(size, 32 * 1024);
-    EXPECT_EQ(size % 1024, 0);
-#else
-    EXPECT_TRUE(st == lumStsNoErr || (st == lumStsCpuNotSupportedErr && size == 0));
-#endif
 }
 
 TEST_F(CoreState, VersionRecordsNameTheLibraryAndTheLevelInForce) {

@@ -31,7 +31,6 @@ CpuInfo detect() {
     info.leaf1 = l1;
     const CpuidRegs l7 = info.maxLeaf >= 7 ? cpuid(7, 0) : CpuidRegs{};
     const CpuidRegs e1 = info.maxExtLeaf >= 0x80000001u ? cpuid(0x80000001u) : CpuidRegs{};
-    info.topologyExtensions = bit(e1.ecx, 22) && info.maxExtLeaf >= 0x8000001Du;
 
     // Register state the OS saves on context switches: SSE+YMM for AVX, plus opmask and
     // both ZMM halves for AVX-512.

@@ -19,7 +19,6 @@ struct CpuInfo {
     CpuidRegs leaf1;        // basic leaf 1 as reported
     Lum32u maxLeaf = 0;     // highest basic leaf
     Lum32u maxExtLeaf = 0;  // highest extended leaf (0x8000xxxx)
-    bool topologyExtensions = false;  // extended leaf 0x8000001D describes the caches
 };
 
 // Detected once, on first use.
