@@ -7,6 +7,10 @@ JOBS       ?= 2
 CORPUS     ?= $(abspath ../shared/corpus/calgary)
 RESULTS    ?= $(abspath results)
 CORPUS_URL ?= https://corpus.canterbury.ac.nz/resources/calgary.tar.gz
+LOCAL_CORPUS = $(abspath corpus)
+CORPUS_FILES = bib book1 book2 geo news obj1 obj2 paper1 paper2 pic progc progl progp trans
+# Shell test: the folder holds every corpus file the benchmark reads.
+corpus_complete = (for f in $(CORPUS_FILES); do [ -f "$(1)/$$f" ] || exit 1; done)
 
 PACKAGES = cmake make g++ pkg-config libgtest-dev zlib1g-dev libbz2-dev \
            liblzo2-dev libdeflate-dev libdivsufsort-dev \
@@ -29,11 +33,20 @@ build: deps
 	cmake --build $(BUILD) -j$(JOBS)
 
 # The benchmark: every registered test in batch mode; the table, summary and
-# listing go to $(RESULTS).
+# listing go to $(RESULTS). The corpus is the one beside the project when it is
+# complete, else the one in ./corpus, else it is downloaded first ('make corpus').
 bench: build
 	@mkdir -p $(RESULTS)
-	@if [ ! -d "$(CORPUS)" ]; then echo "Corpus folder $(CORPUS) not found: the compression tests will report missing files (run 'make corpus' and pass CORPUS=$(abspath corpus))"; fi
-	$(BUILD)/bin/perfdc -B -LPERF -l$(RESULTS) -nperfdc -r -u -o -p$(CORPUS)/
+	@dir="$(CORPUS)"; \
+	if ! $(call corpus_complete,$$dir); then \
+	  dir="$(LOCAL_CORPUS)"; \
+	  if ! $(call corpus_complete,$$dir); then \
+	    echo "No complete Calgary corpus in $(CORPUS) or $(LOCAL_CORPUS): downloading it"; \
+	    $(MAKE) --no-print-directory corpus || exit 1; \
+	  fi; \
+	fi; \
+	echo "Corpus: $$dir"; \
+	$(BUILD)/bin/perfdc -B -LPERF -l$(RESULTS) -nperfdc -r -u -o -p$$dir/
 	@echo
 	@echo "Results written to $(RESULTS):"
 	@ls -1 $(RESULTS)
@@ -51,12 +64,20 @@ test-sanitize: deps
 	cd $(ASAN_BUILD) && ctest --output-on-failure -j$(JOBS)
 
 # Downloads the Calgary corpus into ./corpus and checks every file against
-# tools/corpus/SHA256SUMS. Use it with: make bench CORPUS=$(abspath corpus)
+# tools/corpus/SHA256SUMS. 'make bench' uses it when the corpus beside the project
+# is not there; it can also be named: make bench CORPUS=$(abspath corpus)
 corpus:
-	@mkdir -p corpus
-	cd corpus && curl -fL --retry 3 -o calgary.tar.gz $(CORPUS_URL) && tar xzf calgary.tar.gz && rm -f calgary.tar.gz
-	cd corpus && sha256sum -c ../tools/corpus/SHA256SUMS
-	@echo "Corpus ready in $(abspath corpus)"
+	@mkdir -p $(LOCAL_CORPUS)
+	@cd $(LOCAL_CORPUS) && if ! curl -fsSL --retry 3 --connect-timeout 20 -o calgary.tar.gz $(CORPUS_URL); then \
+	  rm -f calgary.tar.gz; \
+	  echo "Cannot download the Calgary corpus from $(CORPUS_URL) (no network?)."; \
+	  echo "Put its 14 files (bib book1 ... trans) in a folder and run: make bench CORPUS=<folder>"; \
+	  exit 1; \
+	fi
+	@cd $(LOCAL_CORPUS) && tar xzf calgary.tar.gz && rm -f calgary.tar.gz
+	@cd $(LOCAL_CORPUS) && sha256sum -c --quiet $(abspath tools/corpus/SHA256SUMS) || \
+	  { echo "The downloaded corpus does not match tools/corpus/SHA256SUMS"; exit 1; }
+	@echo "Corpus ready in $(LOCAL_CORPUS)"
 
 clean:
 	rm -rf $(BUILD) $(ASAN_BUILD)

@@ -7,7 +7,7 @@ psStepIterator<int> g_huffLen;
 psStepIterator<int> g_codeLen;
 psFileIterator g_codeFile;
 
-static void setProgression(psStepIterator<int>& p, const char* name, int lower, int upper)
+void dcSetProgression(psStepIterator<int>& p, const char* name, int lower, int upper)
 {
     p.reset();
     p.setName(name);
@@ -25,8 +25,8 @@ void regTestParameters()
     psRegParm(&g_codeLen);
     psRegParm(&g_codeFile);
 
-    setProgression(g_huffLen, "HuffLength", 1024, 32768);
-    setProgression(g_codeLen, "CodeLength", 16384, 262144);
+    dcSetProgression(g_huffLen, "HuffLength", 1024, 32768);
+    dcSetProgression(g_codeLen, "CodeLength", 16384, 262144);
 
     static const char* const files[] = {"bib", "book1", "book2", "geo", "news", "obj1", "obj2",
                                         "paper1", "paper2", "pic", "progc", "progl", "progp", "trans"};

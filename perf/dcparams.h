@@ -10,6 +10,10 @@ extern psStepIterator<int> g_huffLen;   // "HuffLength": 1024 .. 32768, *2
 extern psStepIterator<int> g_codeLen;   // "CodeLength": 16384 .. 262144, *2
 extern psFileIterator g_codeFile;       // "CodeFile": the fourteen Calgary corpus files
 
+// Resets a length parameter to the progression lower, 2 * lower, ... up to upper,
+// under the given name with an empty description.
+void dcSetProgression(psStepIterator<int>& p, const char* name, int lower, int upper);
+
 // Registers the three parameters as common ones and gives them their values.
 void regTestParameters();
 
