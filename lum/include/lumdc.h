@@ -156,7 +156,21 @@ LUM_API LumStatus lumsInflate_8u(const Lum8u** ppSrc, int* pSrcLen, Lum32u* pCod
                                  int* pCodeLenBits, int winIdx, Lum8u** ppDst, int* pDstLen,
                                  int dstIdx, LumInflateMode* pMode, LumInflateState* pState);
 
-/* ==== LZO (LZO1X) ====================================================================== */
+/* ==== LZO (LZO1X) ======================================================================
+ * "ST" writes one plain LZO1X-1 stream (as liblzo2's lzo1x_1_compress). "MT" cuts the
+ * input into up to lumGetNumThreads() segments of at least 32768 bytes (at most 16) and
+ * compresses them on as many threads into a container, little-endian:
+ *   byte 0      0x10, a first byte no LZO1X compressor writes (the decoders check it)
+ *   byte 1      container version, 1
+ *   bytes 2-3   segment count k
+ *   bytes 4-7   total uncompressed length
+ *   8 bytes per segment: its uncompressed length, its compressed length (4 bytes each)
+ *   the k LZO1X-1 streams back to back.
+ * Inputs shorter than 65536 bytes give a one-segment container. When the room holds the
+ * worst case of a plain stream but not that of the container, MT writes a plain stream.
+ * Both decoders read either format and any LZO1X stream of liblzo2; containers are
+ * decoded on up to lumGetNumThreads() threads.
+ */
 typedef enum {
     lumLZO1XST = 0,
     lumLZO1XMT = 1
@@ -164,10 +178,22 @@ typedef enum {
 
 typedef struct LumLZOState_8u LumLZOState_8u;
 
+/* Size of the encoder's work area for inputs of up to maxInputLen bytes (any alignment; it
+ * holds no pointers, so it may be moved between Init and use). lumStsBadArgErr for a
+ * method other than ST and MT, lumStsSizeErr for a negative maxInputLen. */
 LUM_API LumStatus lumsEncodeLZOGetSize(LumLZOMethod method, int maxInputLen, int* pSize);
 LUM_API LumStatus lumsEncodeLZOInit_8u(LumLZOMethod method, int maxInputLen, LumLZOState_8u* pState);
+/* Compresses srcLen bytes; *pDstLen is the room in, the compressed length out.
+ * lumStsSizeErr when srcLen exceeds the state's maxInputLen or the room is below
+ * srcLen + srcLen/16 + 67; lumStsContextMatchErr for a work area not prepared by Init. */
 LUM_API LumStatus lumsEncodeLZO_8u(const Lum8u* pSrc, int srcLen, Lum8u* pDst, int* pDstLen,
                                    LumLZOState_8u* pState);
+/* Decompresses an ST stream or an MT container; *pDstLen is the room in, the decoded
+ * length out (0 after an error). lumsDecodeLZO_8u trusts its input: the stream must be
+ * valid and its output must fit the room. lumsDecodeLZOSafe_8u checks every read and
+ * write. Errors: lumStsCorruptDataErr (corrupt, truncated or trailing data),
+ * lumStsSizeErr (the output does not fit the room), lumStsUnsupportedModeErr (a
+ * container version other than 1). */
 LUM_API LumStatus lumsDecodeLZO_8u(const Lum8u* pSrc, int srcLen, Lum8u* pDst, int* pDstLen);
 LUM_API LumStatus lumsDecodeLZOSafe_8u(const Lum8u* pSrc, int srcLen, Lum8u* pDst, int* pDstLen);
 
