@@ -3,6 +3,7 @@
 #include "cache.h"
 #include "conditions.h"
 #include "parameter.h"
+#include "progress.h"
 
 #include <set>
 
@@ -82,18 +83,28 @@ void psTestList::selectCommonParms(psConditions& cond, psList<psParameter*>& par
 
 bool psTestList::runTests(psConditions& cond)
 {
+    int selected = 0;
+    for (psTest* test : *this)
+        if (test && test->tobeRun(cond)) ++selected;
+    g_progress.start(selected);
     for (psTest* test : *this) {
         if (!test || !test->tobeRun(cond)) continue;
         if (!m_startFunc.empty()) {
-            if (!test->getFuncName().contains(m_startFunc)) continue;
+            if (!test->getFuncName().contains(m_startFunc)) {
+                g_progress.testSkipped();
+                continue;
+            }
             m_startFunc = psString();
         }
         m_pCurrentTest = test;
+        g_progress.testStarted();
         psResult code = test->run();
+        g_progress.testDone();
         // UNDEFINED with the result still OK means the test had nothing to measure.
         if (!(code == UNDEFINED && test->getResult() == OK)) plus(code);
         m_pCurrentTest = nullptr;
     }
+    g_progress.finish();
     return m_counts[FAIL] != 0;
 }
 

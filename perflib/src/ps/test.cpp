@@ -12,6 +12,7 @@
 #include "inifile.h"
 #include "memory.h"
 #include "parameter.h"
+#include "progress.h"
 #include "registry.h"
 #include "reports.h"
 #include "session.h"
@@ -310,7 +311,9 @@ static void measureCombination(psTest* t)
     const OutputLevel mask = g_ostrm.getOutLevel();
     t->initCtrlStatus();
     if (mask == 3) g_ostrm.setOutLevel(7);
+    if (g_progress.active()) g_progress.measuring(t->getFuncName(), psProgress::parmsText(t->parameters()));
     psResult code = t->runTiming();
+    g_progress.clear();
     g_ostrm.setOutLevel(mask);
     if (code == UNDEFINED) {
         g_ostrm << ERR << "-- Internal test problem: runTiming() function returns undefined result\n" << END_MSG;
