@@ -33,7 +33,21 @@ Lum8u* pDst = nullptr;
 int srcLen = 0;
 int dstLen = 0;
 psIterator<int> dataLength;
-psMapIterator<LumBWTSortAlgorithmHint> hint;
+// The last hint word begins with a blank, which a list text loses when it is split
+// into trimmed items (the default list too); such an item is taken with the blank.
+class HintIterator : public psMapIterator<LumBWTSortAlgorithmHint> {
+public:
+    LumBWTSortAlgorithmHint stringToValue(psString& text) override
+    {
+        LumBWTSortAlgorithmHint v = psMapIterator::stringToValue(text);
+        if (!text.notConverted()) return v;
+        psString blank = psString(" ") + text;
+        v = psMapIterator::stringToValue(blank);
+        text.setNotConverted(blank.notConverted());
+        return v;
+    }
+};
+HintIterator hint;
 dcExpected expected;  // what the measured decoder or inverse transform must give
 
 void setArgs(Lum8u* src, void* dst, int sLen, int dLen)
@@ -301,7 +315,7 @@ psResult Timdc_BZ2::checkOutput()
         return expected.compare(pSrcMTF, srcZ1Z2Len, f);
     }
     if (f == "lumsDecodeZ1Z2_BZ2_16u8u" || f == "lumsDecodeBlock_BZ2_16u8u")
-        return expected.compare(pSrcZ1Z2, maxLen - dstLen, f);
+        return expected.compare(pSrcZ1Z2, dstLen, f);
     return UNDEFINED;
 }
 
