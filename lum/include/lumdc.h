@@ -91,21 +91,59 @@ LUM_API LumStatus lumsEncodeZ1Z2_BZ2_8u16u(Lum8u** ppSrc, int* pSrcLen, Lum16u* 
 LUM_API LumStatus lumsDecodeZ1Z2_BZ2_16u8u(Lum16u** ppSrc, int* pSrcLen, Lum8u* pDst,
                                            int* pDstLen);
 
-/* bzip2 block Huffman coding, most significant bit first. */
+/* bzip2 block Huffman coding, most significant bit first.
+ *
+ * A block's alphabet is sizeDictionary + 2 symbols (0 .. sizeDictionary + 1, the last
+ * being the end-of-block symbol); every symbol gets a code. The block uses 2 to 6 tables
+ * (by its length: below 200, 600, 1200, 2400 symbols, or more), one selector per group of
+ * 50 symbols, and codes of at most 17 bits (the decoder accepts up to 20, as bzip2 does).
+ *
+ * The bit buffer (pCode, pCodeLenBits) holds 0..32 pending bits left-aligned in the top of
+ * the Lum32u; every call continues from it and leaves what it could not write (the
+ * encoders: fewer than 8 bits when the room sufficed) or has read but not used (the
+ * decoders: at most 32 bits; whole unused bytes go back to the source). Flush it top byte
+ * first. Pointers advance; *pSrcLen counts down; *pDstLen is the room in, what was written
+ * out.
+ *
+ * GetSize: work areas for any block the format can describe (up to 32767 selectors, that
+ * is 1638350 symbols); wndSize above that is lumStsSizeErr. */
 LUM_API LumStatus lumsEncodeHuffGetSize_BZ2_16u8u(int wndSize, int* pSize);
+/* Counts the symbols of pSrc (srcLen >= 1, each below sizeDictionary + 2, else
+ * lumStsSizeErr / lumStsBadArgErr), picks the table count, and refines tables and
+ * selectors over 4 passes as bzip2 does. freqTable is not needed and may be null. The
+ * caller appends the end-of-block symbol to a real block itself. */
 LUM_API LumStatus lumsEncodeHuffInit_BZ2_16u8u(int sizeDictionary, const Lum32u freqTable[258],
                                                const Lum16u* pSrc, int srcLen,
                                                LumEncodeHuffState_BZ2* pState);
+/* Writes the table count (3 bits), the selector count (15 bits), the selectors
+ * move-to-front coded in unary, and per table the delta-coded code lengths, exactly as in
+ * a bzip2 block (the origin pointer and the in-use bitmap before them are the caller's).
+ * The context is written whole: with too little room nothing is written, *pDstLen becomes
+ * 0 and the status is lumStsDstFullWrn. */
 LUM_API LumStatus lumsPackHuffContext_BZ2_16u8u(Lum32u* pCode, int* pCodeLenBits, Lum8u* pDst,
                                                 int* pDstLen, LumEncodeHuffState_BZ2* pState);
+/* Codes symbols with the table of their position's group; after the block's last symbol
+ * the position returns to the block start. A symbol outside the alphabet stops the call
+ * there with lumStsBadArgErr; a full destination is lumStsDstFullWrn and resumes. */
 LUM_API LumStatus lumsEncodeHuff_BZ2_16u8u(Lum32u* pCode, int* pCodeLenBits, const Lum16u** ppSrc,
                                            int* pSrcLen, Lum8u* pDst, int* pDstLen,
                                            LumEncodeHuffState_BZ2* pState);
 LUM_API LumStatus lumsDecodeHuffGetSize_BZ2_8u16u(int wndSize, int* pSize);
 LUM_API LumStatus lumsDecodeHuffInit_BZ2_8u16u(int sizeDictionary, LumDecodeHuffState_BZ2* pState);
+/* Reads what Pack writes and builds the decoding tables. A malformed context (table count
+ * outside 2..6, no selectors, a selector beyond the tables, a length outside 1..20, lengths
+ * that overfill the code space) is lumStsCorruptDataErr; a source that ends inside the
+ * context is lumStsSrcEndWrn. Either way nothing is consumed, the bit buffer is unchanged
+ * and the state has no context until an unpack succeeds. */
 LUM_API LumStatus lumsUnpackHuffContext_BZ2_8u16u(Lum32u* pCode, int* pCodeLenBits,
                                                   const Lum8u** ppSrc, int* pSrcLen,
                                                   LumDecodeHuffState_BZ2* pState);
+/* Decodes until the end-of-block symbol (consumed, not written) or the end of the last
+ * selector group, both lumStsNoErr with the position back at the block start; or until
+ * the source ends inside a code (lumStsSrcEndWrn) or a symbol has no room
+ * (lumStsDstFullWrn), from where the next call continues. Bits that start no code (only
+ * possible with a context whose codes leave gaps) are lumStsCorruptDataErr. Any bit
+ * sequence is safe. Before a successful unpack: lumStsContextMatchErr. */
 LUM_API LumStatus lumsDecodeHuff_BZ2_8u16u(Lum32u* pCode, int* pCodeLenBits, const Lum8u** ppSrc,
                                            int* pSrcLen, Lum16u* pDst, int* pDstLen,
                                            LumDecodeHuffState_BZ2* pState);
