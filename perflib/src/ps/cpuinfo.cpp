@@ -1,10 +1,12 @@
 #include "cpuinfo.h"
 
+#include "cachesize.h"
 #include "reports.h"
 #include "ticker.h"
 
 #include <cpuid.h>
 #include <cstring>
+#include <unistd.h>
 
 // Without the library's feature tables the framework still names the baseline.
 #ifndef LUM_CPU_FEATURE_NAMES
@@ -22,27 +24,32 @@ struct FeatureName {
 const FeatureName kFeatures[] = LUM_CPU_FEATURE_NAMES;
 const FeatureName kLevels[] = LUM_CPU_LEVELS;
 
-// ---------------------------------------------------------------- CPUID
+// ---------------------------------------------------------------- host source
 
-struct CpuidRegs {
-    unsigned a = 0, b = 0, c = 0, d = 0;
-};
-
-CpuidRegs cpuid(unsigned leaf, unsigned sub = 0)
+psCpuidRegs hostCpuid(unsigned leaf, unsigned sub)
 {
-    CpuidRegs r;
-    if (leaf < 0x80000000u ? leaf <= __get_cpuid_max(0, nullptr) : leaf <= __get_cpuid_max(0x80000000u, nullptr))
-        __cpuid_count(leaf, sub, r.a, r.b, r.c, r.d);
+    psCpuidRegs r;
+    __cpuid_count(leaf, sub, r.a, r.b, r.c, r.d);
     return r;
 }
+
+unsigned long long hostXgetbv()
+{
+    unsigned lo, hi;
+    __asm__ __volatile__("xgetbv" : "=a"(lo), "=d"(hi) : "c"(0));
+    return (static_cast<unsigned long long>(hi) << 32) | lo;
+}
+
+long hostProcessors() { return sysconf(_SC_NPROCESSORS_ONLN); }
+
+const psHostSource kHost = {hostCpuid, hostXgetbv, psOsCacheBytes, hostProcessors};
+const psHostSource* g_source = &kHost;
 
 // The register state the operating system saves (XCR0), 0 when it cannot be read.
 unsigned long long xcr0()
 {
-    if (!(cpuid(1).c & (1u << 27))) return 0;  // OSXSAVE
-    unsigned lo, hi;
-    __asm__ __volatile__("xgetbv" : "=a"(lo), "=d"(hi) : "c"(0));
-    return (static_cast<unsigned long long>(hi) << 32) | lo;
+    if (!(psCpuid(1).c & (1u << 27))) return 0;  // OSXSAVE
+    return g_source->xgetbv();
 }
 
 // How one feature name is detected: a CPUID bit and the register state it needs.
@@ -78,31 +85,43 @@ const FeatureProbe kProbes[] = {
 
 bool probe(const FeatureProbe& p, unsigned long long state)
 {
-    CpuidRegs r = cpuid(p.leaf);
+    psCpuidRegs r = psCpuid(p.leaf);
     unsigned reg = p.reg == 'b' ? r.b : p.reg == 'c' ? r.c : r.d;
     return (reg >> p.bit & 1u) && (state & p.xstate) == p.xstate;
 }
 
+// The printable characters of CPUID register bytes, trimmed; virtual processors may
+// leave them zero or fill them with anything.
+psString registerText(const unsigned* regs, int count)
+{
+    psString s;
+    for (int i = 0; i < count; ++i)
+        for (int byte = 0; byte < 4; ++byte) {
+            char ch = static_cast<char>(regs[i] >> (8 * byte));
+            if (ch >= 0x20 && ch < 0x7F) s += ch;
+        }
+    return s.trimmed();
+}
+
 psString vendorString()
 {
-    CpuidRegs r = cpuid(0);
-    char v[13] = {0};
-    std::memcpy(v, &r.b, 4);
-    std::memcpy(v + 4, &r.d, 4);
-    std::memcpy(v + 8, &r.c, 4);
-    return v;
+    psCpuidRegs r = psCpuid(0);
+    const unsigned regs[] = {r.b, r.d, r.c};
+    return registerText(regs, 3);
 }
 
 psString brandString()
 {
-    if (__get_cpuid_max(0x80000000u, nullptr) < 0x80000004u) return psString();
-    char brand[49] = {0};
+    unsigned regs[12];
     for (unsigned i = 0; i < 3; ++i) {
-        CpuidRegs r = cpuid(0x80000002u + i);
-        std::memcpy(brand + 16 * i, &r, 16);
+        psCpuidRegs r = psCpuid(0x80000002u + i);
+        const unsigned part[] = {r.a, r.b, r.c, r.d};
+        std::memcpy(regs + 4 * i, part, sizeof part);
     }
-    return psString(brand).trimmed();
+    return registerText(regs, 12);
 }
+
+long onlineProcessors() { return g_source->onlineProcessors(); }
 
 // ---------------------------------------------------------------- names
 
@@ -253,11 +272,47 @@ Lum64u psCpuFeatures::detected()
 psString cpuInfo()
 {
     psString brand = brandString();
-    psString s = brand.empty() ? vendorString() : brand;
-    s << ", " << psGetNumOfProcessors() << " logical processors";
+    psString s = !brand.empty() ? brand : vendorString();
+    if (s.empty()) s = "Unidentified processor";
+    long processors = onlineProcessors();
+    if (processors > 0) s << ", " << processors << " logical processors";
     psString level = psCpuFeatures::levelOf(psCpuFeatures::detected());
     if (!level.empty()) s << ", features up to " << level;
     return s;
+}
+
+// ---------------------------------------------------------------- host facts
+
+void psSimulateHost(const psHostSource* source) { g_source = source ? source : &kHost; }
+
+const psHostSource& psHost() { return *g_source; }
+
+psCpuidRegs psCpuid(unsigned leaf, unsigned sub)
+{
+    const unsigned base = leaf & 0x80000000u;
+    unsigned max = g_source->cpuid(base, 0).a;
+    if (base && (max & 0xFFFF0000u) != base) max = 0;  // no extended leaves
+    if (leaf > max) return psCpuidRegs();
+    return g_source->cpuid(leaf, sub);
+}
+
+psHostFacts psHostFacts::gather()
+{
+    psHostFacts f;
+    f.vendor = vendorString();
+    f.brand = brandString();
+    f.processors = onlineProcessors();
+    f.features = psCpuFeatures::detected();
+    // The library's answer, else the framework's own detection.
+    int cache = 0;
+    if (!lum_GetMaxCacheSizeB || lum_GetMaxCacheSizeB(&cache) != 0 || cache <= 0) {
+        cache = 0;
+        if (lum_GetMaxCacheSizeB != ps_lumGetMaxCacheSizeB && ps_lumGetMaxCacheSizeB(&cache) != 0) cache = 0;
+    }
+    f.cacheBytes = cache;
+    const int freq = psCpuTicker::getFreq();
+    f.freqMHz = freq > 0 ? static_cast<unsigned>(freq) : 0;
+    return f;
 }
 
 // ---------------------------------------------------------------- the test
@@ -268,22 +323,33 @@ psCpuTest::psCpuTest()
 {
 }
 
-psString psCpuTest::report()
+psString psCpuTest::report(const psHostFacts& f)
 {
+    const char* const notReported = "not reported by the processor";
     psString s;
-    s << reportLabel("Vendor") << vendorString() << "\n";
-    psString brand = brandString();
-    if (!brand.empty()) s << reportLabel("Brand") << brand << "\n";
-    s << reportLabel("Processors") << psGetNumOfProcessors() << "\n";
-    Lum64u features = psCpuFeatures::detected();
-    psString level = psCpuFeatures::levelOf(features);
-    if (!level.empty()) s << reportLabel("Level") << level << "\n";
+    s << reportLabel("Vendor") << (f.vendor.empty() ? psString(notReported) : f.vendor) << "\n";
+    s << reportLabel("Brand") << (f.brand.empty() ? psString(notReported) : f.brand) << "\n";
+    s << reportLabel("Processors");
+    if (f.processors > 0)
+        s << f.processors << "\n";
+    else
+        s << "unknown (the operating system does not tell)\n";
+    psString level = psCpuFeatures::levelOf(f.features);
+    s << reportLabel("Level") << (level.empty() ? psString("none of the named levels") : level) << "\n";
     psString first = reportLabel("Features");
-    s << wrapWords(featureNames(features, " "), first, sFormat(psString(), first.length()), 78);
-    int cache = 0;
-    if (lum_GetMaxCacheSizeB && lum_GetMaxCacheSizeB(&cache) == 0 && cache > 0)
-        s << reportLabel("Max cache") << cache / 1024 << " KB\n";
-    s << reportLabel("Frequency") << psCpuTicker::getFreq() << " MHz (estimated)\n";
+    psString names = featureNames(f.features, " ");
+    if (names.empty()) names = "none detected";
+    s << wrapWords(names, first, sFormat(psString(), first.length()), 78);
+    s << reportLabel("Max cache");
+    if (f.cacheBytes > 0)
+        s << f.cacheBytes / 1024 << " KB\n";
+    else
+        s << "unknown (neither the processor nor the operating system describes its caches)\n";
+    s << reportLabel("Frequency");
+    if (f.freqMHz > 0)
+        s << f.freqMHz << " MHz (estimated)\n";
+    else
+        s << "unknown (the time-stamp counter gave no estimate)\n";
     return s;
 }
 

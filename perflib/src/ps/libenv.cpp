@@ -3,9 +3,6 @@
 #include "cpuinfo.h"
 #include "streams.h"
 
-#include <cpuid.h>
-#include <cstring>
-
 psLumGetCpuFeaturesFunc lum_GetCpuFeatures = nullptr;
 psLumGetEnabledCpuFeaturesFunc lum_GetEnabledCpuFeatures = nullptr;
 psLumGetMaxCacheSizeBFunc lum_GetMaxCacheSizeB = nullptr;
@@ -35,90 +32,6 @@ static LumStatus s_lumInit() { return PS_LUM_NO_LIBRARY; }
 static LumStatus s_lumSetCpuFeatures(Lum64u) { return PS_LUM_NO_LIBRARY; }
 static LumStatus s_lumSetNumThreads(int) { return PS_LUM_NO_LIBRARY; }
 static LumStatus s_lumGetNumThreads(int*) { return PS_LUM_NO_LIBRARY; }
-
-// Statuses of the framework's cache-size detection.
-enum { CACHE_NOT_COMPUTED = 1, CACHE_NO_CPU_SUPPORT = 36, CACHE_NOT_FOUND = 37 };
-
-// Cache sizes in KB of the leaf-2 descriptors that name a data or unified cache.
-static int leaf2CacheKB(unsigned char d)
-{
-    static const struct {
-        unsigned char code;
-        int kb;
-    } table[] = {
-        {0x0A, 8},     {0x0C, 16},    {0x0D, 16},    {0x0E, 24},    {0x21, 256},   {0x22, 512},   {0x23, 1024},
-        {0x25, 2048},  {0x29, 4096},  {0x2C, 32},    {0x41, 128},   {0x42, 256},   {0x43, 512},   {0x44, 1024},
-        {0x45, 2048},  {0x46, 4096},  {0x47, 8192},  {0x48, 3072},  {0x49, 4096},  {0x4A, 6144},  {0x4B, 8192},
-        {0x4C, 12288}, {0x4D, 16384}, {0x4E, 6144},  {0x60, 16},    {0x66, 8},     {0x67, 16},    {0x68, 32},
-        {0x78, 1024},  {0x79, 128},   {0x7A, 256},   {0x7B, 512},   {0x7C, 1024},  {0x7D, 2048},  {0x7F, 512},
-        {0x80, 512},   {0x82, 256},   {0x83, 512},   {0x84, 1024},  {0x85, 2048},  {0x86, 512},   {0x87, 1024},
-        {0xD0, 512},   {0xD1, 1024},  {0xD2, 2048},  {0xD6, 1024},  {0xD7, 2048},  {0xD8, 4096},  {0xDC, 1536},
-        {0xDD, 3072},  {0xDE, 6144},  {0xE2, 2048},  {0xE3, 4096},  {0xE4, 8192},  {0xEA, 12288}, {0xEB, 18432},
-        {0xEC, 24576},
-    };
-    for (const auto& e : table)
-        if (e.code == d) return e.kb;
-    return 0;
-}
-
-// Largest cache named by the leaf-2 descriptors, in bytes; -1 when none is named.
-static int leaf2MaxCache()
-{
-    unsigned regs[4] = {0, 0, 0, 0};
-    __cpuid(2, regs[0], regs[1], regs[2], regs[3]);
-    int best = -1;
-    for (int r = 0; r < 4; ++r) {
-        if (regs[r] & 0x80000000u) continue;  // register holds no descriptors
-        for (int b = (r == 0 ? 1 : 0); b < 4; ++b) {
-            int kb = leaf2CacheKB(static_cast<unsigned char>(regs[r] >> (8 * b)));
-            if (kb > 0 && kb * 1024 > best) best = kb * 1024;
-        }
-    }
-    return best;
-}
-
-// Largest data or unified cache reported by the deterministic cache leaf 4.
-static int leaf4MaxCache()
-{
-    int best = 0;
-    for (unsigned sub = 0; sub < 32; ++sub) {
-        unsigned a, b, c, d;
-        __cpuid_count(4, sub, a, b, c, d);
-        unsigned type = a & 0x1F;
-        if (type == 0) break;
-        if (type == 2) continue;  // instruction cache
-        long long size = static_cast<long long>(c + 1) * ((b & 0xFFF) + 1) * (((b >> 12) & 0x3FF) + 1) * (((b >> 22) & 0x3FF) + 1);
-        if (size > best) best = static_cast<int>(size);
-    }
-    return best;
-}
-
-LumStatus ps_lumGetMaxCacheSizeB(int* size)
-{
-    static LumStatus status = CACHE_NOT_COMPUTED;
-    static int cacheSize = 0;
-    if (status == CACHE_NOT_COMPUTED) {
-        unsigned maxLeaf = 0, b = 0, c = 0, d = 0;
-        char vendor[13] = {0};
-        if (__get_cpuid(0, &maxLeaf, &b, &c, &d)) {
-            std::memcpy(vendor, &b, 4);
-            std::memcpy(vendor + 4, &d, 4);
-            std::memcpy(vendor + 8, &c, 4);
-        }
-        if (maxLeaf <= 1 || std::strcmp(vendor, "GenuineOrvex") != 0) {
-            status = CACHE_NO_CPU_SUPPORT;
-        } else if (maxLeaf < 4) {
-            int found = leaf2MaxCache();
-            status = found < 0 ? CACHE_NOT_FOUND : 0;
-            cacheSize = found < 0 ? 0 : found;
-        } else {
-            cacheSize = leaf4MaxCache();
-            status = cacheSize == 0 ? CACHE_NOT_FOUND : 0;
-        }
-    }
-    if (size) *size = cacheSize;
-    return status;
-}
 
 // ---------------------------------------------------------------- registration
 

@@ -1,0 +1,241 @@
+// Host facts on simulated processors: the framework's own cache-size detection, the
+// features the register state allows, vendor and brand texts, and the CPU report when
+// facts are missing.
+#include "cachesize.h"
+#include "cpuinfo.h"
+#include "helpers.h"
+#include "ticker.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <string>
+#include <sys/stat.h>
+#include <vector>
+
+namespace {
+
+struct Leaf {
+    unsigned leaf, sub;
+    psCpuidRegs regs;
+};
+
+// A simulated processor and operating system; unlisted leaves answer all zero.
+struct Machine {
+    std::vector<Leaf> leaves;
+    unsigned long long xcr0 = 0;
+    long long osCacheBytes = 0;
+    long processors = 0;
+};
+
+const Machine* g_machine = nullptr;
+bool g_xgetbvCalled = false;
+
+psCpuidRegs simCpuid(unsigned leaf, unsigned sub)
+{
+    for (const Leaf& l : g_machine->leaves)
+        if (l.leaf == leaf && l.sub == sub) return l.regs;
+    return psCpuidRegs();
+}
+unsigned long long simXgetbv()
+{
+    g_xgetbvCalled = true;
+    return g_machine->xcr0;
+}
+long long simOsCache() { return g_machine->osCacheBytes; }
+long simProcessors() { return g_machine->processors; }
+
+const psHostSource kSimulated = {simCpuid, simXgetbv, simOsCache, simProcessors};
+
+psCpuidRegs regs(unsigned a, unsigned b = 0, unsigned c = 0, unsigned d = 0)
+{
+    psCpuidRegs r;
+    r.a = a, r.b = b, r.c = c, r.d = d;
+    return r;
+}
+// 16 characters as the registers a, b, c, d of one brand leaf.
+psCpuidRegs text16(const char* text)
+{
+    unsigned v[4] = {0, 0, 0, 0};
+    std::memcpy(v, text, std::min<size_t>(std::strlen(text), 16));
+    return regs(v[0], v[1], v[2], v[3]);
+}
+// Leaf 0: the highest basic leaf and a vendor text of 12 characters (b, d, c).
+Leaf vendorLeaf(unsigned maxLeaf, const char* vendor)
+{
+    unsigned v[3] = {0, 0, 0};
+    std::memcpy(v, vendor, std::min<size_t>(std::strlen(vendor), 12));
+    return {0, 0, regs(maxLeaf, v[0], v[2], v[1])};
+}
+// An entry of leaf 4 or 0x8000001D: type 1 data, 2 instruction, 3 unified; line * ways * sets bytes.
+psCpuidRegs cacheEntry(unsigned type, unsigned line, unsigned ways, unsigned sets)
+{
+    return regs(type, (line - 1) | (ways - 1) << 22, sets - 1);
+}
+
+const long long KB = 1024, MB = 1024 * KB;
+const unsigned kExt = 0x80000000u;
+
+// A simulated host; the frequency is preset so that no test waits for its estimate.
+class HostFacts : public ::testing::Test {
+protected:
+    void SetUp() override { psCpuTicker::m_freqMHz = 2400; }
+    void TearDown() override
+    {
+        psSimulateHost(nullptr);
+        g_machine = nullptr;
+        psCpuTicker::m_freqMHz = m_savedFreq;
+        lum_GetMaxCacheSizeB = m_savedSlot;
+    }
+    void simulate(const Machine& m)
+    {
+        g_machine = &m;
+        g_xgetbvCalled = false;
+        psSimulateHost(&kSimulated);
+    }
+    unsigned m_savedFreq = psCpuTicker::m_freqMHz;
+    psLumGetMaxCacheSizeBFunc m_savedSlot = lum_GetMaxCacheSizeB;
+};
+
+TEST_F(HostFacts, FallbackCacheDetectionTakesTheFirstSourceThatAnswers)
+{
+    const struct { const char* machine; Machine m; LumStatus status; long long size; } cases[] = {
+        {"Intel: leaf 4, ahead of the legacy L2",
+         {{vendorLeaf(0x1F, "GenuineIntel"), {kExt, 0, regs(0x80000008u)}, {0x80000006u, 0, regs(0, 0, 1280u << 16)},
+           {4, 0, cacheEntry(1, 64, 12, 64)}, {4, 1, cacheEntry(2, 64, 8, 1 << 20)}, {4, 2, cacheEntry(3, 64, 16, 32768)}},
+          0, 64 * MB},
+         0, 32 * MB},
+        {"AMD: 0x8000001D",
+         {{vendorLeaf(0x10, "AuthenticAMD"), {kExt, 0, regs(0x80000028u)}, {0x80000001u, 0, regs(0, 0, 1u << 22)},
+           {0x8000001Du, 0, cacheEntry(1, 64, 12, 64)}, {0x8000001Du, 1, cacheEntry(3, 64, 8, 2048)}}},
+         0, 1 * MB},
+        {"AMD VM: 0x8000001D empty, legacy leaves",
+         {{vendorLeaf(0x10, "AuthenticAMD"), {kExt, 0, regs(0x80000028u)}, {0x80000001u, 0, regs(0, 0, 1u << 22)},
+           {0x80000005u, 0, regs(0, 0, 48u << 24)}, {0x80000006u, 0, regs(0, 0, 1024u << 16, 1016u << 18)}}},
+         0, 508 * MB},
+        {"another vendor with only leaf-2 descriptors",
+         {{vendorLeaf(2, "CentaurHauls"), {2, 0, regs(0x00452C01u)}}}, 0, 2 * MB},
+        {"every leaf empty: the OS answers", {{vendorLeaf(0xD, "AuthenticAMD"), {kExt, 0, regs(0x80000008u)}}, 0, 8 * MB},
+         0, 8 * MB},
+        {"highest leaves out of range: the OS answers",
+         {{vendorLeaf(0xFFFFFFFFu, "GenuineIntel"), {kExt, 0, regs(0xD)}, {4, 0, cacheEntry(3, 64, 8, 2048)},
+           {0x80000006u, 0, regs(0, 0, 1024u << 16)}}, 0, 6 * MB},
+         0, 6 * MB},
+        {"every leaf and the OS empty", {{vendorLeaf(0xD, "GenuineIntel")}}, PS_CACHE_NOT_FOUND, 0},
+        {"no CPUID answer and no OS answer", {}, PS_CACHE_NO_CPU_SUPPORT, 0},
+    };
+    for (const auto& c : cases) {
+        simulate(c.m);
+        int size = -1;
+        EXPECT_EQ(ps_lumGetMaxCacheSizeB(&size), c.status) << c.machine;
+        EXPECT_EQ(size, c.size) << c.machine;
+    }
+}
+
+// Leaf 1 ECX of an SSE4.2 processor (SSE3, CLMUL, SSSE3, SSE4.1, SSE4.2, POPCNT), with
+// OSXSAVE and AVX as asked; leaf 7 EBX with BMI1, AVX2, BMI2; LZCNT in 0x80000001.
+Machine avx2Machine(bool osxsave, unsigned long long xcr0)
+{
+    const unsigned sse42 = 1u << 0 | 1u << 1 | 1u << 9 | 1u << 19 | 1u << 20 | 1u << 23;
+    Machine m;
+    m.leaves = {vendorLeaf(0xD, "AuthenticAMD"), {1, 0, regs(0, 0, sse42 | (osxsave ? 1u << 27 : 0) | 1u << 28, 1u << 26)},
+                {7, 0, regs(0, 1u << 3 | 1u << 5 | 1u << 8)}, {kExt, 0, regs(0x80000004u)},
+                {0x80000001u, 0, regs(0, 0, 1u << 5)}, {0x80000002u, 0, text16("  Simulated Pro")},
+                {0x80000003u, 0, text16("cessor\x01 8 cores")}, {0x80000004u, 0, text16("")}};
+    m.xcr0 = xcr0;
+    m.processors = 8;
+    return m;
+}
+
+TEST_F(HostFacts, AvxNeedsTheRegisterStateTheOsSaves)
+{
+    const struct { bool osxsave; unsigned long long xcr0; const char* level; bool xgetbv; } cases[] = {
+        {true, 0x7, "AVX2", true},
+        {true, 0x3, "SSE42", true},    // the OS does not save the YMM registers
+        {false, 0x7, "SSE42", false},  // XGETBV itself is not allowed
+    };
+    for (const auto& c : cases) {
+        Machine m = avx2Machine(c.osxsave, c.xcr0);
+        simulate(m);
+        Lum64u features = psCpuFeatures::detected();
+        EXPECT_EQ(psCpuFeatures::levelOf(features).str(), c.level) << c.xcr0;
+        EXPECT_EQ((features & lumCpuFeatureAVX2) != 0, std::string(c.level) == "AVX2");
+        EXPECT_EQ(g_xgetbvCalled, c.xgetbv) << c.osxsave;
+    }
+}
+
+TEST_F(HostFacts, GatheredFactsAndTheOneLineDescription)
+{
+    Machine m = avx2Machine(true, 0x7);
+    m.leaves.push_back({2, 0, regs(0x00440001u)});  // a 1 MB cache among the leaf-2 descriptors
+    simulate(m);
+    // A library that does not answer leaves the cache to the framework's own detection.
+    lum_GetMaxCacheSizeB = [](int* size) { *size = 0; return LumStatus(-8); };
+    psHostFacts f = psHostFacts::gather();
+    EXPECT_EQ(f.vendor.str(), "AuthenticAMD");
+    EXPECT_EQ(f.brand.str(), "Simulated Processor 8 cores");
+    EXPECT_EQ(f.processors, 8);
+    EXPECT_EQ(f.cacheBytes, 1024 * 1024);
+    EXPECT_EQ(f.freqMHz, 2400u);
+    EXPECT_EQ(cpuInfo().str(), "Simulated Processor 8 cores, 8 logical processors, features up to AVX2");
+
+    // Nothing answers: no brand, no vendor, no processor count.
+    Machine empty;
+    empty.processors = -1;
+    simulate(empty);
+    f = psHostFacts::gather();
+    EXPECT_TRUE(f.vendor.empty() && f.brand.empty());
+    EXPECT_EQ(f.features, 0u);
+    EXPECT_EQ(cpuInfo().str(), "Unidentified processor");
+}
+
+TEST(CpuReport, MissingFactsReadAsSuch)
+{
+    psHostFacts known;
+    known.vendor = "GenuineIntel";
+    known.brand = "Simulated";
+    known.processors = 4;
+    known.features = lumCpuLevelSSE42;
+    known.cacheBytes = 32 * 1024 * 1024;
+    known.freqMHz = 3000;
+    const std::string full = psCpuTest::report(known).str();
+    for (const char* line : {" Vendor    : GenuineIntel\n", " Brand     : Simulated\n", " Processors: 4\n",
+                             " Level     : SSE42\n", " Features  : SSE2 ", " Max cache : 32768 KB\n",
+                             " Frequency : 3000 MHz (estimated)\n"})
+        EXPECT_NE(full.find(line), std::string::npos) << line << full;
+
+    const std::string missing = psCpuTest::report(psHostFacts()).str();
+    for (const char* line : {" Vendor    : not reported by the processor\n", " Brand     : not reported by the processor\n",
+                             " Processors: unknown (the operating system does not tell)\n",
+                             " Level     : none of the named levels\n", " Features  : none detected\n",
+                             " Max cache : unknown (neither the processor nor the operating system describes its caches)\n",
+                             " Frequency : unknown (the time-stamp counter gave no estimate)\n"})
+        EXPECT_NE(missing.find(line), std::string::npos) << line << missing;
+}
+
+TEST(CacheSizeSysfs, LargestDataOrUnifiedEntryOfAFolder)
+{
+    const std::string root = psTestTempPath("sysfs_cache");
+    const struct { const char* entry; const char* type; const char* size; } entries[] = {
+        {"index0", "Data", "48K"}, {"index1", "Instruction", "512M"}, {"index2", "Unified", "1024K"},
+        {"index3", "Unified", "junk"}, {"index9", "Unified\r", "32M"}, {"other", "Unified", "1G"},
+    };
+    mkdir(root.c_str(), 0755);
+    for (const auto& e : entries) {
+        const std::string dir = root + "/" + e.entry;
+        mkdir(dir.c_str(), 0755);
+        psTestWriteFile(dir + "/type", std::string(e.type) + "\n");
+        psTestWriteFile(dir + "/size", std::string(e.size) + "\n");
+    }
+    EXPECT_EQ(psSysfsCacheBytes(root.c_str()), 32 * MB);
+    for (const auto& e : entries) {
+        const std::string dir = root + "/" + e.entry;
+        std::remove((dir + "/type").c_str());
+        std::remove((dir + "/size").c_str());
+        rmdir(dir.c_str());
+    }
+    rmdir(root.c_str());
+    EXPECT_EQ(psSysfsCacheBytes(root.c_str()), 0);
+}
+
+}  // namespace
