@@ -1,0 +1,70 @@
+// Inverse Burrows-Wheeler transform. One pass over the last column L builds two linked
+// tables, each entry holding a row number and a character: fwd, in first-column order,
+// leads from the row of rotation s to that of s + 1 and gives its first character; bwd,
+// in row order, leads to rotation s - 1 and gives the last character. The block is then
+// decoded by two independent chains from the row of the unrotated block, the first half
+// forwards and the second backwards, so two table reads are in flight at a time instead
+// of one. Any last column is a valid input; entries pack the row above the character, in
+// 32 bits for blocks up to 2^24 bytes and 64 bits beyond.
+#include "bz2/bz2_common.h"
+
+namespace lum::bz2 {
+namespace {
+
+constexpr int kPackedLimit = 1 << 24;
+
+template <class Entry>
+void inverse(const Lum8u* last, Lum8u* dst, int n, int index, Entry* fwd, Entry* bwd) {
+    int pos[256] = {};
+    for (int i = 0; i < n; ++i) ++pos[last[i]];
+    for (int c = 0, sum = 0; c < 256; ++c) {
+        const int size = pos[c];
+        pos[c] = sum;
+        sum += size;
+    }
+    for (int i = 0; i < n; ++i) {
+        const Entry c = last[i];
+        const Entry j = static_cast<Entry>(pos[c]++);
+        fwd[j] = static_cast<Entry>(i) << 8 | c;
+        bwd[i] = j << 8 | c;
+    }
+    // dst[0..head) forwards from T[0], dst[head..n) backwards from T[n-1].
+    const int head = n - n / 2;
+    Entry f = static_cast<Entry>(index), b = static_cast<Entry>(index);
+    for (int k = 0; k < n / 2; ++k) {
+        const Entry ef = fwd[f], eb = bwd[b];
+        dst[k] = static_cast<Lum8u>(ef);
+        dst[n - 1 - k] = static_cast<Lum8u>(eb);
+        f = ef >> 8;
+        b = eb >> 8;
+    }
+    if (head > n / 2) dst[head - 1] = static_cast<Lum8u>(fwd[f]);
+}
+
+}  // namespace
+
+}  // namespace lum::bz2
+
+extern "C" {
+
+LumStatus lumsBWTInvGetSize_8u(int wndSize, int* pSize) {
+    return lum::bz2::buffSize(wndSize, wndSize <= lum::bz2::kPackedLimit ? 8 : 16, pSize);
+}
+
+LumStatus lumsBWTInv_8u(const Lum8u* pSrc, Lum8u* pDst, int len, int index, Lum8u* pBuff) {
+    if (pSrc == nullptr || pDst == nullptr || pBuff == nullptr) return lumStsNullPtrErr;
+    if (len < 0) return lumStsSizeErr;
+    if (len == 0) return lumStsNoErr;
+    if (index < 0 || index >= len) return lumStsBadArgErr;
+    Lum8u* work = lum::bz2::alignBuff(pBuff);
+    if (len <= lum::bz2::kPackedLimit) {
+        auto* fwd = reinterpret_cast<Lum32u*>(work);
+        lum::bz2::inverse(pSrc, pDst, len, index, fwd, fwd + len);
+    } else {
+        auto* fwd = reinterpret_cast<Lum64u*>(work);
+        lum::bz2::inverse(pSrc, pDst, len, index, fwd, fwd + len);
+    }
+    return lumStsNoErr;
+}
+
+}  // extern "C"

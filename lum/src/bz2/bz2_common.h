@@ -1,0 +1,49 @@
+// Helpers shared by the block-sorting stages: opaque work areas kept as plain bytes and
+// aligned views of caller-placed work buffers.
+#ifndef LUM_BZ2_BZ2_COMMON_H
+#define LUM_BZ2_BZ2_COMMON_H
+
+#include <cstdint>
+#include <cstring>
+
+#include "lumdc.h"
+
+namespace lum::bz2 {
+
+// A state work area may sit at any address and may be copied between calls, so its
+// record is copied in and out with memcpy instead of being used in place; the magic
+// word tells a work area prepared by the matching Init from anything else.
+template <class Record>
+bool loadState(const void* area, Record& rec) {
+    std::memcpy(&rec, area, sizeof(Record));
+    return rec.magic == Record::kMagic;
+}
+
+template <class Record>
+void storeState(void* area, const Record& rec) {
+    std::memcpy(area, &rec, sizeof(Record));
+}
+
+// Work buffers are caller-placed at any address; their arrays start on kBuffAlign
+// boundaries inside, which costs at most kBuffAlign - 1 bytes before each of two arrays.
+constexpr int kBuffAlign = 64;
+constexpr int kBuffSlack = 2 * kBuffAlign;
+
+inline Lum8u* alignBuff(Lum8u* p) {
+    const auto a = reinterpret_cast<std::uintptr_t>(p);
+    return p + ((kBuffAlign - a % kBuffAlign) % kBuffAlign);
+}
+
+// size = perByte * wndSize + kBuffSlack, or lumStsSizeErr when it does not fit an int.
+inline LumStatus buffSize(int wndSize, int perByte, int* pSize) {
+    if (pSize == nullptr) return lumStsNullPtrErr;
+    if (wndSize < 0) return lumStsSizeErr;
+    const long long size = static_cast<long long>(wndSize) * perByte + kBuffSlack;
+    if (size > 0x7FFFFFFF) return lumStsSizeErr;
+    *pSize = static_cast<int>(size);
+    return lumStsNoErr;
+}
+
+}  // namespace lum::bz2
+
+#endif
