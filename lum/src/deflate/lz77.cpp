@@ -1,0 +1,244 @@
+// The deflate LZ77 stage: hash chains over the caller's head and prev tables, greedy
+// matching with short chains at the low levels and lazy matching with longer chains at
+// the high ones (the level table follows zlib's good/lazy/nice/chain figures).
+#include <algorithm>
+#include <cstdint>
+
+#include "deflate/deflate_tables.h"
+
+namespace lum::deflate {
+namespace {
+
+struct Level {
+    int good;   // a previous match this long quarters the chain searched
+    int lazy;   // lazy levels: no search after a match this long; greedy: longest match
+                // whose positions are all entered into the hash chains
+    int nice;   // stop searching at a match this long
+    int chain;  // chain links followed at most
+    bool lazyMatching;
+};
+
+constexpr Level kLevels[10] = {
+    {0, 0, 0, 0, false},         {4, 4, 8, 4, false},         {4, 5, 16, 8, false},
+    {4, 6, 32, 32, false},       {4, 4, 16, 16, true},        {8, 16, 32, 32, true},
+    {8, 16, 128, 128, true},     {8, 32, 128, 256, true},     {32, 128, 258, 1024, true},
+    {32, 258, 258, 4096, true},
+};
+
+// A match of three bytes further back than this costs more bits than its literals.
+constexpr int kTooFar = 4096;
+// Bytes NoFlush keeps for the next call, so matches may still run into the data to come.
+constexpr int kLookahead = kMaxMatch + kMinMatch + 1;
+
+struct Match {
+    int len;
+    int dist;
+};
+
+inline int matchLength(const Lum8u* a, const Lum8u* b, int limit) {
+    int len = 0;
+    for (; len + 8 <= limit; len += 8) {
+        const Lum64u x = load64le(a + len) ^ load64le(b + len);
+        if (x != 0) return len + (__builtin_ctzll(x) >> 3);
+    }
+    while (len < limit && a[len] == b[len]) ++len;
+    return len;
+}
+
+class Matcher {
+public:
+    Matcher(const Lum8u* win, int winSize, Lum32s* head, Lum32s* prev, int hashSize, int end,
+            const Level& level)
+        : win_(win), mask_(winSize - 1), maxDist_(winSize), head_(head), prev_(prev),
+          hashSize_(static_cast<Lum64u>(hashSize)), end_(end), level_(level) {}
+
+    // Enters position pos (at least 3 bytes before the end) into its hash chain and
+    // returns the previous head of that chain. A position entered twice keeps its link.
+    Lum32s insert(int pos) {
+        const Lum8u* p = win_ + pos;
+        const Lum32u key = end_ - pos >= 4 ? load32le(p) & 0xFFFFFFu
+                                           : p[0] | (p[1] << 8) | (Lum32u{p[2]} << 16);
+        Lum32s& h = head_[((key * 0x9E3779B1u) * hashSize_) >> 32];
+        const Lum32s old = h;
+        if (old == pos) return prev_[pos & mask_];
+        h = pos;
+        prev_[pos & mask_] = old;
+        return old;
+    }
+
+    // A chain entry is a usable candidate for pos when it is strictly older than `newer`
+    // and inside the window; anything else (empty heads, stale or garbage links) ends the
+    // chain.
+    bool usable(Lum32s cand, int pos, int newer) const {
+        return cand < newer && cand >= 0 && cand >= pos - maxDist_;
+    }
+
+    // Longest match for pos along the chain starting at cand, longer than `best`.
+    // Returns {best, 0} when nothing longer was found.
+    Match longest(int pos, Lum32s cand, int best) const {
+        const int limit = std::min(kMaxMatch, end_ - pos);
+        if (best >= limit || !usable(cand, pos, pos)) return {best, 0};
+        int chain = level_.chain;
+        if (best >= level_.good) chain >>= 2;
+        const int nice = std::min(level_.nice, limit);
+        const Lum8u* cur = win_ + pos;
+        int dist = 0;
+        for (;;) {
+            const Lum8u* m = win_ + cand;
+            if (m[best] == cur[best] && m[0] == cur[0] && m[1] == cur[1]) {
+                const int len = matchLength(m, cur, limit);
+                if (len > best) {
+                    best = len;
+                    dist = pos - cand;
+                    if (len >= nice) break;
+                }
+            }
+            if (--chain == 0) break;
+            const Lum32s next = prev_[cand & mask_];
+            if (!usable(next, pos, cand)) break;
+            cand = next;
+        }
+        return {best, dist};
+    }
+
+private:
+    const Lum8u* win_;
+    int mask_;
+    int maxDist_;
+    Lum32s* head_;
+    Lum32s* prev_;
+    Lum64u hashSize_;
+    int end_;
+    const Level& level_;
+};
+
+// Symbol output with the frequency counts.
+class SymbolSink {
+public:
+    SymbolSink(Lum8u* lit, Lum16u* dist, int room, Lum32u* litFreq, Lum32u* distFreq)
+        : lit_(lit), dist_(dist), room_(room), litFreq_(litFreq), distFreq_(distFreq) {}
+    bool full() const { return n_ == room_; }
+    void literal(Lum8u byte) {
+        lit_[n_] = byte;
+        dist_[n_++] = 0;
+        ++litFreq_[byte];
+    }
+    void match(int len, int dist) {
+        lit_[n_] = static_cast<Lum8u>(len - kMinMatch);
+        dist_[n_++] = static_cast<Lum16u>(dist);
+        ++litFreq_[257 + lengthCode(len)];
+        ++distFreq_[distCode(dist)];
+    }
+    int written() const { return n_; }
+
+private:
+    Lum8u* lit_;
+    Lum16u* dist_;
+    int room_;
+    int n_ = 0;
+    Lum32u* litFreq_;
+    Lum32u* distFreq_;
+};
+
+// Greedy matching over [pos, stop); returns the position reached.
+int runGreedy(Matcher& m, SymbolSink& out, const Lum8u* win, int pos, int stop, int end,
+              const Level& level) {
+    while (pos < stop && !out.full()) {
+        Match best{0, 0};
+        if (end - pos >= kMinMatch) best = m.longest(pos, m.insert(pos), kMinMatch - 1);
+        if (best.dist == 0) {
+            out.literal(win[pos++]);
+            continue;
+        }
+        out.match(best.len, best.dist);
+        const int next = pos + best.len;
+        if (best.len <= level.lazy)
+            for (int p = pos + 1; p < next && end - p >= kMinMatch; ++p) m.insert(p);
+        pos = next;
+    }
+    return pos;
+}
+
+// Lazy matching over [pos, stop): a match found at one position is emitted only when the
+// next position does not find a longer one. Returns the position consumed up to.
+int runLazy(Matcher& m, SymbolSink& out, const Lum8u* win, int pos, int stop, int end,
+            const Level& level, bool finish) {
+    Match prev{kMinMatch - 1, 0};  // the match of position pos - 1 while one is pending
+    bool pending = false;
+    while (pos < stop) {
+        Match cur{kMinMatch - 1, 0};
+        if (end - pos >= kMinMatch) {
+            const Lum32s cand = m.insert(pos);
+            if (prev.len < level.lazy) {
+                cur = m.longest(pos, cand, prev.len);
+                if (cur.dist == 0 || (cur.len == kMinMatch && cur.dist > kTooFar)) cur = {kMinMatch - 1, 0};
+            }
+        }
+        if (pending && prev.len >= kMinMatch && cur.len <= prev.len) {
+            if (out.full()) break;
+            out.match(prev.len, prev.dist);
+            const int next = pos - 1 + prev.len;
+            for (int p = pos + 1; p < next && end - p >= kMinMatch; ++p) m.insert(p);
+            pos = next;
+            pending = false;
+            prev = {kMinMatch - 1, 0};
+            continue;
+        }
+        if (pending) {
+            if (out.full()) break;
+            out.literal(win[pos - 1]);
+        }
+        pending = true;
+        prev = cur;
+        ++pos;
+    }
+    if (pending) {
+        // The last position of a finishing call has no match (fewer than 3 bytes follow);
+        // otherwise the pending position is left for the next call.
+        if (finish && pos >= end && !out.full()) out.literal(win[pos - 1]);
+        else --pos;
+    }
+    return pos;
+}
+
+}  // namespace
+}  // namespace lum::deflate
+
+extern "C" LumStatus lumsDeflateLZ77_8u(const Lum8u** ppSrc, int* pSrcLen, int* pSrcIdx,
+                                        const Lum8u* pWindow, int winSize, Lum32s* pHashHead,
+                                        Lum32s* pHashPrev, int hashSize, Lum32u pLitFreqTable[286],
+                                        Lum32u pDistFreqTable[30], Lum8u* pLitDst, Lum16u* pDistDst,
+                                        int* pDstLen, int comprLevel, LumLZ77Flush flush) {
+    using namespace lum::deflate;
+    if (!ppSrc || !*ppSrc || !pSrcLen || !pSrcIdx || !pWindow || !pHashHead || !pHashPrev ||
+        !pLitFreqTable || !pDistFreqTable || !pLitDst || !pDistDst || !pDstLen)
+        return lumStsNullPtrErr;
+    if (*pSrcLen < 0 || *pSrcIdx < 0 || *pDstLen < 0 || hashSize < 1) return lumStsSizeErr;
+    if (winSize < 256 || winSize > kMaxDistance || (winSize & (winSize - 1)) != 0) return lumStsSizeErr;
+    if (*pSrcLen > INT32_MAX - *pSrcIdx) return lumStsSizeErr;
+    if (comprLevel < 1 || comprLevel > 9) return lumStsBadArgErr;
+    if (flush < lumLZ77NoFlush || flush > lumLZ77FinishFlush) return lumStsBadArgErr;
+    // The source pointer must sit at its stated position in the window.
+    if (reinterpret_cast<std::uintptr_t>(*ppSrc) - reinterpret_cast<std::uintptr_t>(pWindow) !=
+        static_cast<std::uintptr_t>(*pSrcIdx))
+        return lumStsBadArgErr;
+
+    const Level& level = kLevels[comprLevel];
+    const int start = *pSrcIdx;
+    const int end = start + *pSrcLen;
+    const int stop = flush == lumLZ77NoFlush ? std::max(start, end - kLookahead) : end;
+    Matcher matcher(pWindow, winSize, pHashHead, pHashPrev, hashSize, end, level);
+    SymbolSink out(pLitDst, pDistDst, *pDstLen, pLitFreqTable, pDistFreqTable);
+    const int pos = level.lazyMatching
+                        ? runLazy(matcher, out, pWindow, start, stop, end, level, flush != lumLZ77NoFlush)
+                        : runGreedy(matcher, out, pWindow, start, stop, end, level);
+
+    *ppSrc = pWindow + pos;
+    *pSrcIdx = pos;
+    *pSrcLen = end - pos;
+    *pDstLen -= out.written();
+    if (pos < stop && out.full()) return lumStsDstFullWrn;
+    if (flush == lumLZ77FinishFlush) ++pLitFreqTable[kEndOfBlock];
+    if (flush == lumLZ77FullFlush) std::fill(pHashHead, pHashHead + hashSize, -winSize);
+    return lumStsNoErr;
+}

@@ -1,0 +1,157 @@
+// Helpers of the deflate tests: corpus files, the fixed codes, our two deflate stages run
+// as a raw fixed-block stream, and zlib's raw inflate and deflate.
+#pragma once
+
+#include <gtest/gtest.h>
+#include <zlib.h>
+
+#include <fstream>
+#include <iterator>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "lumdc.h"
+
+namespace deflate_test {
+
+using Bytes = std::vector<Lum8u>;
+
+inline const char* const kCorpusFiles[] = {"bib",    "book1",  "book2",  "geo",   "news",
+                                           "obj1",   "obj2",   "paper1", "paper2", "pic",
+                                           "progc",  "progl",  "progp",  "trans"};
+
+// The sanitizer build reads less of each file to stay quick.
+#ifdef PERFDC_DEFLATE_SHORT_INPUTS
+inline constexpr size_t kMaxFileBytes = 24 * 1024;
+#else
+inline constexpr size_t kMaxFileBytes = 1 << 30;
+#endif
+
+inline bool corpusPresent() {
+    return std::ifstream(std::string(PERFDC_CORPUS_DIR) + "/bib").good();
+}
+
+#define SKIP_WITHOUT_CORPUS()                                                          \
+    if (!deflate_test::corpusPresent())                                                \
+    GTEST_SKIP() << "Calgary corpus not found in " PERFDC_CORPUS_DIR
+
+inline Bytes readCorpus(const std::string& name, size_t limit = kMaxFileBytes) {
+    std::ifstream in(std::string(PERFDC_CORPUS_DIR) + "/" + name, std::ios::binary);
+    Bytes b((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+    if (b.size() > limit) b.resize(limit);
+    return b;
+}
+
+// The fixed literal/length (288) and distance (30) codes, bit-reversed.
+struct FixedCodes {
+    LumDeflateHuffCode lit[288];
+    LumDeflateHuffCode dist[30];
+};
+
+inline Lum16u reversed(unsigned code, int len) {
+    unsigned r = 0;
+    for (int i = 0; i < len; ++i, code >>= 1) r = (r << 1) | (code & 1);
+    return static_cast<Lum16u>(r);
+}
+
+inline const FixedCodes& fixedCodes() {
+    static const FixedCodes codes = [] {
+        FixedCodes c{};
+        for (int s = 0; s < 288; ++s) {
+            // RFC 1951 3.2.6: 0-143 8 bits from 0x30, 144-255 9 bits from 0x190,
+            // 256-279 7 bits from 0, 280-287 8 bits from 0xC0.
+            const int len = s < 144 ? 8 : s < 256 ? 9 : s < 280 ? 7 : 8;
+            const unsigned code = s < 144 ? 0x30 + s : s < 256 ? 0x190 + s - 144 : s < 280 ? s - 256 : 0xC0 + s - 280;
+            c.lit[s] = {reversed(code, len), static_cast<Lum16u>(len)};
+        }
+        for (int d = 0; d < 30; ++d) c.dist[d] = {reversed(static_cast<unsigned>(d), 5), 5};
+        return c;
+    }();
+    return codes;
+}
+
+// Our LZ77 stage over `data` fed in pieces of `piece` bytes (the last call with `last`,
+// the others with `middle`), then our Huffman stage with the fixed codes behind a final
+// fixed-block header, closed with the end-of-block code: a raw deflate stream.
+inline Bytes compressFixed(const Bytes& data, int level, int piece = 0,
+                           LumLZ77Flush middle = lumLZ77NoFlush, LumLZ77Flush last = lumLZ77FinishFlush) {
+    const FixedCodes& codes = fixedCodes();
+    // The prev table is never cleared: garbage links must be recognised and ignored.
+    std::vector<Lum32s> head(32768, -32768), prev(32768);
+    std::mt19937 gen(level);
+    for (auto& p : prev) p = static_cast<Lum32s>(gen() % 300000) - 100000;
+    Lum32u litFreq[286] = {}, distFreq[30] = {};
+    Bytes lit(data.size() + 1);
+    std::vector<Lum16u> dist(data.size() + 1);
+    static const Lum8u empty = 0;
+    const Lum8u* window = data.empty() ? &empty : data.data();
+    const Lum8u* src = window;
+    const int size = static_cast<int>(data.size());
+    int srcIdx = 0, symbols = 0, fed = 0;
+    if (piece <= 0) piece = std::max(size, 1);
+    bool final;
+    do {
+        fed = std::min(size, fed + piece);
+        final = fed == size;
+        int srcLen = fed - srcIdx, room = size - symbols;
+        const LumStatus st = lumsDeflateLZ77_8u(&src, &srcLen, &srcIdx, window, 32768, head.data(), prev.data(),
+                                                32768, litFreq, distFreq, lit.data() + symbols, dist.data() + symbols,
+                                                &room, level, final ? last : middle);
+        EXPECT_EQ(st, lumStsNoErr);
+        if (st != lumStsNoErr) break;
+        symbols = size - room;
+    } while (!final);
+    EXPECT_EQ(srcIdx, size);
+    Bytes out(data.size() * 2 + 16);
+    Lum32u code = 3;  // BFINAL = 1, BTYPE = 01
+    int bits = 3, idx = 0;
+    EXPECT_EQ(lumsDeflateHuff_8u(lit.data(), dist.data(), symbols, &code, &bits, codes.lit, codes.dist, out.data(), &idx),
+              lumStsNoErr);
+    EXPECT_LT(bits, 8);
+    code |= static_cast<Lum32u>(codes.lit[256].code) << bits;
+    bits += codes.lit[256].len;
+    for (; bits > 0; bits -= 8, code >>= 8) out[idx++] = static_cast<Lum8u>(code);
+    out.resize(idx);
+    return out;
+}
+
+// zlib's raw inflate; an empty result with ok == false on any error.
+inline Bytes zlibInflateRaw(const Bytes& stream, size_t expected, bool* ok) {
+    Bytes out(expected + 1);
+    z_stream z{};
+    inflateInit2(&z, -15);
+    z.next_in = const_cast<Bytef*>(stream.data());
+    z.avail_in = static_cast<uInt>(stream.size());
+    z.next_out = out.data();
+    z.avail_out = static_cast<uInt>(out.size());
+    *ok = inflate(&z, Z_FINISH) == Z_STREAM_END;
+    out.resize(z.total_out);
+    inflateEnd(&z);
+    return out;
+}
+
+// zlib's raw deflate with the given settings; `flushEvery` > 0 adds the given flush
+// after every so many input bytes.
+inline Bytes zlibDeflateRaw(const Bytes& data, int level, int strategy, int memLevel = 8, size_t flushEvery = 0,
+                            int flushKind = Z_SYNC_FLUSH) {
+    z_stream z{};
+    deflateInit2(&z, level, Z_DEFLATED, -15, memLevel, strategy);
+    Bytes out(deflateBound(&z, data.size()) + 64 + (flushEvery ? 8 * (data.size() / flushEvery + 1) : 0));
+    z.next_out = out.data();
+    z.avail_out = static_cast<uInt>(out.size());
+    size_t pos = 0;
+    const size_t step = flushEvery ? flushEvery : data.size();
+    do {
+        const size_t n = std::min(step, data.size() - pos);
+        z.next_in = const_cast<Bytef*>(data.data() + pos);
+        z.avail_in = static_cast<uInt>(n);
+        pos += n;
+        deflate(&z, pos == data.size() ? Z_FINISH : flushKind);
+    } while (pos < data.size());
+    out.resize(z.total_out);
+    deflateEnd(&z);
+    return out;
+}
+
+}  // namespace deflate_test
