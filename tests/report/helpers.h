@@ -1,0 +1,41 @@
+// Shared by the report tests: small tables written in the tests, a temporary
+// folder, and programs run with their standard output and error captured.
+#ifndef TESTS_REPORT_HELPERS_H
+#define TESTS_REPORT_HELPERS_H
+
+#include "table.h"
+
+#include <string>
+#include <vector>
+
+// A table in perfdc's layout: the title lines of one run, the header and the
+// given result lines ("function,parm,comment,clocks" shorthand is expanded by row()).
+std::string runTitle(const std::string& start = "Mon Nov 23 08:35:20 2026");
+// One result line: function, first parameter cell and clocks; the other cells as perfdc writes them.
+std::string row(const std::string& function, const std::string& parm, const std::string& clocks,
+                const std::string& comment = "nLps=5");
+report::Table tableOf(const std::string& text, const std::string& name = "t.csv");
+
+class TempDir {
+public:
+    TempDir();
+    ~TempDir();
+    TempDir(const TempDir&) = delete;
+    TempDir& operator=(const TempDir&) = delete;
+    std::string path(const std::string& rel) const { return m_root + "/" + rel; }
+    std::string write(const std::string& rel, const std::string& content) const;  // returns the path
+    std::string read(const std::string& rel) const;
+
+private:
+    std::string m_root;
+};
+
+struct Captured {
+    int exitCode = -1;  // -1 when the program did not exit normally
+    std::string out, err;
+};
+
+// Runs a program; standard input is empty.
+Captured runProgram(const std::vector<std::string>& args, const std::string& cwd = ".");
+
+#endif
