@@ -7,6 +7,7 @@
 // near the ends of the buffers.
 #include <algorithm>
 #include <cstdint>
+#include <cstring>
 
 #include "deflate/inflate_table.h"
 
@@ -407,11 +408,16 @@ extern "C" LumStatus lumsInflate_8u(const Lum8u** ppSrc, int* pSrcLen, Lum32u* p
         return lumStsNullPtrErr;
     if (*pSrcLen < 0 || *pDstLen < 0 || dstIdx < 0) return lumStsSizeErr;
     if (winIdx > dstIdx || *pCodeLenBits < 0 || *pCodeLenBits > 32) return lumStsBadArgErr;
-    if (*pMode < lumInflateBlockHeader || *pMode > lumInflateStreamEnd) return lumStsBadArgErr;
+    // The mode may come from C code with any value: read it as the int it is stored in.
+    static_assert(sizeof(LumInflateMode) == sizeof(int), "the mode is stored as an int");
+    int modeValue;
+    std::memcpy(&modeValue, pMode, sizeof modeValue);
+    if (modeValue < lumInflateBlockHeader || modeValue > lumInflateStreamEnd) return lumStsBadArgErr;
+    LumInflateMode mode = static_cast<LumInflateMode>(modeValue);
     Lum32u* word = pState->word;
-    if (*pMode == lumInflateStoredBlock && word[2] > 0xFFFF && word[2] != kStoredLenUnread)
+    if (mode == lumInflateStoredBlock && word[2] > 0xFFFF && word[2] != kStoredLenUnread)
         return lumStsBadArgErr;
-    if ((word[3] & kRedecodeFlag) && *pMode != lumInflateBlockHeader) return lumStsBadArgErr;
+    if ((word[3] & kRedecodeFlag) && mode != lumInflateBlockHeader) return lumStsBadArgErr;
     if (word[3] != 0 && !(word[3] & kRedecodeFlag) && (word[4] == 0 || word[4] > kMaxDistance))
         return lumStsBadArgErr;
 
@@ -423,7 +429,6 @@ extern "C" LumStatus lumsInflate_8u(const Lum8u** ppSrc, int* pSrcLen, Lum32u* p
     inf.winStart = *ppDst + winIdx;
     Lum8u* const outStart = inf.out;
 
-    LumInflateMode mode = *pMode;
     LumInflateState state = *pState;
     const LumStatus status = inflateBlocks(inf, mode, state.word);
     if (status < 0) return status;
