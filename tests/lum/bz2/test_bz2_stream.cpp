@@ -1,0 +1,377 @@
+// Complete .bz2 streams both ways: streams assembled from the lum block-sorting functions
+// alone are decompressed by libbz2, and libbz2's own streams (block sizes 1 and 9) are
+// read back with the lum unpack, Huffman, block and RLE decoders; on the corpus and on
+// edge inputs.
+#include <bzlib.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <fstream>
+#include <iterator>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "lumdc.h"
+
+namespace {
+
+using Bytes = std::vector<Lum8u>;
+using Symbols = std::vector<Lum16u>;
+
+constexpr Lum32u kBlockMagicHi = 0x314159, kBlockMagicLo = 0x265359;
+constexpr Lum32u kEndMagicHi = 0x177245, kEndMagicLo = 0x385090;
+
+// A work area of the size a GetSize function reports.
+template <typename T>
+struct Area {
+    Bytes bytes;
+    explicit Area(int size) : bytes(static_cast<size_t>(std::max(size, 1))) {}
+    T* get() { return reinterpret_cast<T*>(bytes.data()); }
+};
+
+Lum32u blockCrc(const Lum8u* p, size_t n) {
+    Lum32u crc = 0;
+    EXPECT_EQ(lumsCRC32_BZ2_8u(p, int(n), &crc), lumStsNoErr);
+    return crc;
+}
+
+Lum32u combineCrc(Lum32u combined, Lum32u block) { return ((combined << 1) | (combined >> 31)) ^ block; }
+
+// ---- Writing: the stream framing in the lum bit-buffer convention ----------------------
+
+struct BitSink {
+    Bytes out;
+    Lum32u code = 0;  // pending bits, left-aligned
+    int bits = 0;
+
+    void put(Lum32u value, int n) {  // n <= 24
+        code |= value << (32 - bits - n);
+        bits += n;
+        for (; bits >= 8; bits -= 8, code <<= 8) out.push_back(Lum8u(code >> 24));
+    }
+    void put32(Lum32u v) {
+        put(v >> 16, 16);
+        put(v & 0xFFFF, 16);
+    }
+    // Lets a lum coder write behind the bytes so far, continuing the bit buffer.
+    template <typename Call>
+    LumStatus append(size_t room, Call call) {
+        const size_t at = out.size();
+        out.resize(at + room);
+        int len = int(room);
+        const LumStatus st = call(&code, &bits, out.data() + at, &len);
+        out.resize(at + size_t(len));
+        return st;
+    }
+    void finish() {
+        if (bits > 0) out.push_back(Lum8u(code >> 24));
+        bits = 0;
+    }
+};
+
+// One block: RLE, in-use table, reduction, BWT, MTF, Z1Z2 and the end-of-block symbol,
+// Huffman coding behind the block header.
+void writeBlock(Bytes block, BitSink& sink, Lum32u& combined) {
+    const Lum32u crc = blockCrc(block.data(), block.size());
+    combined = combineCrc(combined, crc);
+
+    int size = 0;
+    ASSERT_EQ(lumsRLEGetSize_BZ2_8u(&size), lumStsNoErr);
+    Area<LumRLEState_BZ2> rle(size);
+    ASSERT_EQ(lumsEncodeRLEInit_BZ2_8u(rle.get()), lumStsNoErr);
+    Bytes data(block.size() * 5 / 4 + 16);
+    Lum8u* src = block.data();
+    int srcLen = int(block.size());
+    int len = int(data.size());
+    ASSERT_EQ(lumsEncodeRLE_BZ2_8u(&src, &srcLen, data.data(), &len, rle.get()), lumStsNoErr);
+    int flushed = int(data.size()) - len;
+    ASSERT_EQ(lumsEncodeRLEFlush_BZ2_8u(data.data() + len, &flushed, rle.get()), lumStsNoErr);
+    const int n = len + flushed;
+    data.resize(size_t(n));
+
+    Lum8u inUse[256];
+    ASSERT_EQ(lumsRLEGetInUseTable_8u(inUse, rle.get()), lumStsNoErr);
+    int sizeDictionary = 0;
+    ASSERT_EQ(lumsReduceDictionary_8u_I(inUse, data.data(), n, &sizeDictionary), lumStsNoErr);
+
+    ASSERT_EQ(lumsBWTFwdGetSize_8u(n, &size), lumStsNoErr);
+    Area<Lum8u> bwtBuff(size);
+    Bytes bwt(static_cast<size_t>(n)), mtf(static_cast<size_t>(n));
+    int index = 0;
+    ASSERT_EQ(lumsBWTFwd_8u(data.data(), bwt.data(), n, &index, bwtBuff.get()), lumStsNoErr);
+    ASSERT_EQ(lumsMTFGetSize_8u(&size), lumStsNoErr);
+    Area<LumMTFState_8u> mtfState(size);
+    ASSERT_EQ(lumsMTFInit_8u(mtfState.get()), lumStsNoErr);
+    ASSERT_EQ(lumsMTFFwd_8u(bwt.data(), mtf.data(), n, mtfState.get()), lumStsNoErr);
+
+    Symbols sym(size_t(n) + 1);
+    Lum8u* ms = mtf.data();
+    int msLen = n;
+    int symLen = int(sym.size());
+    Lum32u freq[258] = {};
+    ASSERT_EQ(lumsEncodeZ1Z2_BZ2_8u16u(&ms, &msLen, sym.data(), &symLen, freq), lumStsNoErr);
+    sym.resize(size_t(symLen));
+    sym.push_back(Lum16u(sizeDictionary + 1));
+
+    ASSERT_EQ(lumsEncodeHuffGetSize_BZ2_16u8u(int(sym.size()), &size), lumStsNoErr);
+    Area<LumEncodeHuffState_BZ2> huff(size);
+    ASSERT_EQ(lumsEncodeHuffInit_BZ2_16u8u(sizeDictionary, freq, sym.data(), int(sym.size()), huff.get()), lumStsNoErr);
+
+    sink.put(kBlockMagicHi, 24);
+    sink.put(kBlockMagicLo, 24);
+    sink.put32(crc);
+    sink.put(0, 1);  // not randomised
+    sink.put(Lum32u(index), 24);
+    Lum32u ranges = 0;
+    for (int i = 0; i < 256; ++i)
+        if (inUse[i]) ranges |= 0x8000u >> (i / 16);
+    sink.put(ranges, 16);
+    for (int r = 0; r < 16; ++r) {
+        if (!(ranges & (0x8000u >> r))) continue;
+        Lum32u map = 0;
+        for (int i = 0; i < 16; ++i)
+            if (inUse[16 * r + i]) map |= 0x8000u >> i;
+        sink.put(map, 16);
+    }
+    ASSERT_EQ(sink.append(40000, [&](Lum32u* c, int* b, Lum8u* d, int* l) {
+        return lumsPackHuffContext_BZ2_16u8u(c, b, d, l, huff.get());
+    }), lumStsNoErr);
+    ASSERT_EQ(sink.append(sym.size() * 3 + 8, [&](Lum32u* c, int* b, Lum8u* d, int* l) {
+        const Lum16u* p = sym.data();
+        int left = int(sym.size());
+        const LumStatus st = lumsEncodeHuff_BZ2_16u8u(c, b, &p, &left, d, l, huff.get());
+        EXPECT_EQ(left, 0);
+        return st;
+    }), lumStsNoErr);
+}
+
+Bytes lumCompress(const Bytes& data, size_t blockBytes) {
+    BitSink sink;
+    sink.out = {'B', 'Z', 'h', '9'};
+    Lum32u combined = 0;
+    for (size_t at = 0; at < data.size(); at += blockBytes) {
+        writeBlock(Bytes(data.begin() + long(at), data.begin() + long(std::min(data.size(), at + blockBytes))), sink, combined);
+        if (testing::Test::HasFatalFailure()) return {};
+    }
+    sink.put(kEndMagicHi, 24);
+    sink.put(kEndMagicLo, 24);
+    sink.put32(combined);
+    sink.finish();
+    return sink.out;
+}
+
+// ---- Reading: libbz2's streams through the lum decoders --------------------------------
+
+struct BitSource {
+    Lum32u code = 0;  // pending bits, left-aligned, as the lum decoders take them
+    int bits = 0;
+    const Lum8u* p;
+    int left;
+
+    bool get(int n, Lum32u& v) {  // n <= 24
+        for (; bits < n; bits += 8, --left) {
+            if (left == 0) return false;
+            code |= Lum32u(*p++) << (24 - bits);
+        }
+        v = code >> (32 - n);
+        code = n == 32 ? 0 : code << n;
+        bits -= n;
+        return true;
+    }
+    bool get32(Lum32u& v) {
+        Lum32u hi = 0, lo = 0;
+        if (!get(16, hi) || !get(16, lo)) return false;
+        v = (hi << 16) | lo;
+        return true;
+    }
+};
+
+// One block after its magic: header, Huffman context and symbols, block decoding and the
+// RLE decoder, appended to `out`; its CRC is checked.
+void readBlock(BitSource& in, int level, Bytes& out, Lum32u& combined) {
+    Lum32u crc, randomised, index, ranges;
+    ASSERT_TRUE(in.get32(crc) && in.get(1, randomised) && in.get(24, index) && in.get(16, ranges));
+    ASSERT_EQ(randomised, 0u);
+    Lum8u inUse[256] = {};
+    int sizeDictionary = 0;
+    for (int r = 0; r < 16; ++r) {
+        if (!(ranges & (0x8000u >> r))) continue;
+        Lum32u map;
+        ASSERT_TRUE(in.get(16, map));
+        for (int i = 0; i < 16; ++i)
+            if (map & (0x8000u >> i)) {
+                inUse[16 * r + i] = 1;
+                ++sizeDictionary;
+            }
+    }
+    const int maxBlock = level * 100000;
+    int size = 0;
+    ASSERT_EQ(lumsDecodeHuffGetSize_BZ2_8u16u(maxBlock, &size), lumStsNoErr);
+    Area<LumDecodeHuffState_BZ2> huff(size);
+    ASSERT_EQ(lumsDecodeHuffInit_BZ2_8u16u(sizeDictionary, huff.get()), lumStsNoErr);
+    ASSERT_EQ(lumsUnpackHuffContext_BZ2_8u16u(&in.code, &in.bits, &in.p, &in.left, huff.get()), lumStsNoErr);
+    Symbols sym(size_t(maxBlock) + 1);
+    int symLen = int(sym.size());
+    ASSERT_EQ(lumsDecodeHuff_BZ2_8u16u(&in.code, &in.bits, &in.p, &in.left, sym.data(), &symLen, huff.get()), lumStsNoErr);
+
+    ASSERT_EQ(lumsBWTInvGetSize_8u(maxBlock, &size), lumStsNoErr);
+    Area<Lum8u> buff(size);
+    Bytes rleData(size_t(maxBlock) + 1);
+    int rleLen = int(rleData.size());
+    ASSERT_EQ(lumsDecodeBlock_BZ2_16u8u(sym.data(), symLen, rleData.data(), &rleLen, int(index), sizeDictionary,
+                                        inUse, buff.get()), lumStsNoErr);
+
+    // The RLE decoder in pieces of 64 KiB, resuming after every full destination.
+    ASSERT_EQ(lumsRLEGetSize_BZ2_8u(&size), lumStsNoErr);
+    Area<LumRLEState_BZ2> rle(size);
+    ASSERT_EQ(lumsEncodeRLEInit_BZ2_8u(rle.get()), lumStsNoErr);
+    const size_t start = out.size();
+    Lum8u* src = rleData.data();
+    int srcLen = rleLen;
+    for (LumStatus st = lumStsDstFullWrn; st == lumStsDstFullWrn;) {
+        const size_t at = out.size();
+        out.resize(at + 65536);
+        Lum8u* dst = out.data() + at;
+        int room = 65536;
+        st = lumsDecodeRLEState_BZ2_8u(&src, &srcLen, &dst, &room, rle.get());
+        ASSERT_TRUE(st == lumStsNoErr || st == lumStsDstFullWrn) << st;
+        out.resize(at + 65536 - size_t(room));
+    }
+    ASSERT_EQ(srcLen, 0);
+    const Lum32u got = blockCrc(out.data() + start, out.size() - start);
+    EXPECT_EQ(got, crc);
+    combined = combineCrc(combined, got);
+}
+
+Bytes lumDecompress(const Bytes& stream) {
+    EXPECT_GE(stream.size(), 4u);
+    EXPECT_TRUE(stream.size() >= 4 && stream[0] == 'B' && stream[1] == 'Z' && stream[2] == 'h');
+    if (stream.size() < 4) return {};
+    const int level = stream[3] - '0';
+    BitSource in{0, 0, stream.data() + 4, int(stream.size()) - 4};
+    Bytes out;
+    Lum32u combined = 0;
+    for (;;) {
+        Lum32u hi = 0, lo = 0;
+        EXPECT_TRUE(in.get(24, hi) && in.get(24, lo));
+        if (hi == kEndMagicHi && lo == kEndMagicLo) break;
+        EXPECT_TRUE(hi == kBlockMagicHi && lo == kBlockMagicLo);
+        if (testing::Test::HasFailure()) return {};
+        readBlock(in, level, out, combined);
+        if (testing::Test::HasFailure()) return {};
+    }
+    Lum32u stored = 0;
+    EXPECT_TRUE(in.get32(stored));
+    EXPECT_EQ(stored, combined);
+    return out;
+}
+
+// ---- libbz2 ----------------------------------------------------------------------------
+
+Bytes bz2Compress(const Bytes& data, int level) {
+    Bytes src = data;
+    src.push_back(0);  // never empty: libbz2 refuses a null source even of length 0
+    unsigned int len = unsigned(data.size() + data.size() / 100 + 700);
+    Bytes out(len);
+    EXPECT_EQ(BZ2_bzBuffToBuffCompress(reinterpret_cast<char*>(out.data()), &len,
+                                       reinterpret_cast<char*>(src.data()), unsigned(data.size()), level, 0, 0), BZ_OK);
+    out.resize(len);
+    return out;
+}
+
+Bytes bz2Decompress(Bytes stream, size_t expected) {
+    unsigned int len = unsigned(expected + 1);
+    Bytes out(len);
+    EXPECT_EQ(BZ2_bzBuffToBuffDecompress(reinterpret_cast<char*>(out.data()), &len,
+                                         reinterpret_cast<char*>(stream.data()), unsigned(stream.size()), 0, 0), BZ_OK);
+    out.resize(len);
+    return out;
+}
+
+// Both directions on one input.
+void checkBothWays(const Bytes& data, size_t blockBytes) {
+    const Bytes ours = lumCompress(data, blockBytes);
+    ASSERT_FALSE(testing::Test::HasFatalFailure());
+    EXPECT_TRUE(bz2Decompress(ours, data.size()) == data) << "libbz2 reading the lum stream";
+    for (int level : {1, 9}) {
+        EXPECT_TRUE(lumDecompress(bz2Compress(data, level)) == data) << "lum reading libbz2 level " << level;
+        if (testing::Test::HasFailure()) return;
+    }
+}
+
+// ---- Edge inputs -------------------------------------------------------------------------
+
+Bytes runs(std::initializer_list<std::pair<int, int>> valueCount) {
+    Bytes b;
+    for (auto [value, count] : valueCount) b.insert(b.end(), size_t(count), Lum8u(value));
+    return b;
+}
+
+Bytes periodic(const std::string& unit, size_t n) {
+    Bytes b(n);
+    for (size_t i = 0; i < n; ++i) b[i] = Lum8u(unit[i % unit.size()]);
+    return b;
+}
+
+Bytes randomBytes(size_t n, unsigned seed, unsigned values = 256) {
+    std::mt19937 gen(seed);
+    Bytes b(n);
+    for (auto& x : b) x = Lum8u(gen() % values);
+    return b;
+}
+
+Bytes allValues(int times) {
+    Bytes b;
+    for (int t = 0; t < times; ++t)
+        for (int v = 0; v < 256; ++v) b.push_back(Lum8u(t % 2 ? 255 - v : v));
+    return b;
+}
+
+struct EdgeCase {
+    const char* name;
+    Bytes data;
+    size_t blockBytes;
+};
+
+class Bz2StreamEdge : public testing::TestWithParam<EdgeCase> {};
+
+TEST_P(Bz2StreamEdge, BothWays) { checkBothWays(GetParam().data, GetParam().blockBytes); }
+
+INSTANTIATE_TEST_SUITE_P(
+    Inputs, Bz2StreamEdge,
+    testing::Values(EdgeCase{"empty", {}, 100000}, EdgeCase{"one_byte", {'x'}, 100000},
+                    EdgeCase{"one_value_repeated", runs({{'a', 30000}}), 100000},
+                    EdgeCase{"runs_of_4_5_255_256_259_260", runs({{1, 4}, {2, 5}, {3, 255}, {4, 256}, {5, 259}, {6, 260}, {1, 3}}), 100000},
+                    EdgeCase{"runs_of_4_at_the_end", runs({{7, 1}, {9, 4}}), 100000},
+                    EdgeCase{"runs_cut_by_blocks", runs({{'z', 2500}, {'y', 1}, {'z', 999}}), 1000},
+                    EdgeCase{"periodic", periodic("abcab", 40000), 100000},
+                    EdgeCase{"periodic_long_unit", periodic("the quick brown fox jumps ", 50000), 100000},
+                    EdgeCase{"all_256_values", allValues(3), 100000},
+                    EdgeCase{"random_three_blocks", randomBytes(230000, 1), 100000},
+                    EdgeCase{"random_two_values", randomBytes(60000, 2, 2), 100000}),
+    [](const auto& info) { return std::string(info.param.name); });
+
+// ---- The corpus --------------------------------------------------------------------------
+
+// The sanitizer build reads a few files only, to stay quick.
+#ifdef __SANITIZE_ADDRESS__
+const char* const kCorpusFiles[] = {"paper1", "progc", "obj1"};
+#else
+const char* const kCorpusFiles[] = {"bib",    "book1", "book2", "geo",   "news",  "obj1",  "obj2",
+                                    "paper1", "paper2", "pic",  "progc", "progl", "progp", "trans"};
+#endif
+
+class Bz2StreamCorpus : public testing::TestWithParam<const char*> {};
+
+TEST_P(Bz2StreamCorpus, BothWaysInBlocksOf100000) {
+    std::ifstream file(std::string(PERFDC_CORPUS_DIR) + "/" + GetParam(), std::ios::binary);
+    if (!file) GTEST_SKIP() << "corpus file " << GetParam() << " not found in " << PERFDC_CORPUS_DIR;
+    const Bytes data((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
+    checkBothWays(data, 100000);
+}
+
+INSTANTIATE_TEST_SUITE_P(Calgary, Bz2StreamCorpus, testing::ValuesIn(kCorpusFiles),
+                         [](const auto& info) { return std::string(info.param); });
+
+}  // namespace
