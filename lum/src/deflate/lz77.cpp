@@ -3,6 +3,7 @@
 // the high ones (the level table follows zlib's good/lazy/nice/chain figures).
 #include <algorithm>
 #include <cstdint>
+#include <iterator>
 
 #include "deflate/deflate_tables.h"
 
@@ -35,6 +36,16 @@ struct Match {
     int dist;
 };
 
+// The chain head for a position's 4-byte string and the latest position of its 3-byte one.
+struct Candidates {
+    Lum32s chain;
+    Lum32s three;
+};
+
+// The lazy levels track 3-byte strings in a table of the call's own (the caller's tables
+// hold the 4-byte chains), for the near 3-byte matches that pay in bits.
+constexpr int kHash3Bits = 14;
+
 inline int matchLength(const Lum8u* a, const Lum8u* b, int limit) {
     int len = 0;
     for (; len + 8 <= limit; len += 8) {
@@ -50,20 +61,28 @@ public:
     Matcher(const Lum8u* win, int winSize, Lum32s* head, Lum32s* prev, int hashSize, int end,
             const Level& level)
         : win_(win), mask_(winSize - 1), maxDist_(winSize), head_(head), prev_(prev),
-          hashSize_(static_cast<Lum64u>(hashSize)), end_(end), level_(level) {}
+          hashSize_(static_cast<Lum64u>(hashSize)), end_(end), level_(level) {
+        if (level.lazyMatching) std::fill(std::begin(head3_), std::end(head3_), -1);
+    }
 
-    // Enters position pos (at least 3 bytes before the end) into its hash chain and
-    // returns the previous head of that chain. A position entered twice keeps its link.
-    Lum32s insert(int pos) {
+    // Enters position pos (at least 3 bytes before the end) into its hash chain, keyed by
+    // its next 4 bytes, and into the table of the latest position of each 3-byte string.
+    // Returns the previous heads. A position entered twice keeps its link.
+    Candidates insert(int pos) {
         const Lum8u* p = win_ + pos;
-        const Lum32u key = end_ - pos >= 4 ? load32le(p) & 0xFFFFFFu
-                                           : p[0] | (p[1] << 8) | (Lum32u{p[2]} << 16);
+        const Lum32u key = end_ - pos >= 4 ? load32le(p) : p[0] | (p[1] << 8) | (Lum32u{p[2]} << 16);
+        Lum32s three = -1;
+        if (level_.lazyMatching) {
+            Lum32s& h3 = head3_[((key & 0xFFFFFFu) * 0x9E3779B1u) >> (32 - kHash3Bits)];
+            three = h3;
+            h3 = pos;
+        }
         Lum32s& h = head_[((key * 0x9E3779B1u) * hashSize_) >> 32];
         const Lum32s old = h;
-        if (old == pos) return prev_[pos & mask_];
+        if (old == pos) return {prev_[pos & mask_], three};
         h = pos;
         prev_[pos & mask_] = old;
-        return old;
+        return {old, three};
     }
 
     // A chain entry is a usable candidate for pos when it is strictly older than `newer`
@@ -73,11 +92,21 @@ public:
         return cand < newer && cand >= 0 && cand >= pos - maxDist_;
     }
 
-    // Longest match for pos along the chain starting at cand, longer than `best`.
-    // Returns {best, 0} when nothing longer was found.
-    Match longest(int pos, Lum32s cand, int best) const {
+    // Longest match for pos along its chain, longer than `best`, or else a near 3-byte
+    // match. Returns {best, 0} when nothing longer was found.
+    Match longest(int pos, Candidates c, int best) const {
         const int limit = std::min(kMaxMatch, end_ - pos);
-        if (best >= limit || !usable(cand, pos, pos)) return {best, 0};
+        if (best >= limit) return {best, 0};
+        Match m = longestInChain(pos, c.chain, best, limit);
+        if (m.dist == 0 && best < kMinMatch && c.three >= 0 && c.three < pos && pos - c.three <= kTooFar &&
+            win_[c.three] == win_[pos] && win_[c.three + 1] == win_[pos + 1] && win_[c.three + 2] == win_[pos + 2])
+            m = {kMinMatch, pos - c.three};
+        return m;
+    }
+
+private:
+    Match longestInChain(int pos, Lum32s cand, int best, int limit) const {
+        if (!usable(cand, pos, pos)) return {best, 0};
         int chain = level_.chain;
         if (best >= level_.good) chain >>= 2;
         const int nice = std::min(level_.nice, limit);
@@ -101,13 +130,13 @@ public:
         return {best, dist};
     }
 
-private:
     const Lum8u* win_;
     int mask_;
     int maxDist_;
     Lum32s* head_;
     Lum32s* prev_;
     Lum64u hashSize_;
+    Lum32s head3_[1 << kHash3Bits];
     int end_;
     const Level& level_;
 };
@@ -168,7 +197,7 @@ int runLazy(Matcher& m, SymbolSink& out, const Lum8u* win, int pos, int stop, in
     while (pos < stop) {
         Match cur{kMinMatch - 1, 0};
         if (end - pos >= kMinMatch) {
-            const Lum32s cand = m.insert(pos);
+            const Candidates cand = m.insert(pos);
             if (prev.len < level.lazy) {
                 cur = m.longest(pos, cand, prev.len);
                 if (cur.dist == 0 || (cur.len == kMinMatch && cur.dist > kTooFar)) cur = {kMinMatch - 1, 0};
