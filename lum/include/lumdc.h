@@ -174,22 +174,55 @@ typedef struct {
     Lum16u len;
 } LumDeflateHuffCode;
 
-/* Inflate state, six words: 0 block type in progress, 1 final-block flag, 2 stored bytes
- * left, 3 match bytes still to copy (0 = none), 4 that match's distance, 5 reserved. */
+/* Inflate state, six words: 0 block type in progress (BTYPE), 1 final-block flag, 2 stored
+ * bytes left (0xFFFFFFFF: LEN and NLEN still to read), 3 match bytes still to copy (0 =
+ * none; with bit 31 set instead: a dynamic block was cut off, the next call decodes it again
+ * from its header and its low bits count the bytes already delivered, which are not written
+ * again), 4 that match's distance, 5 reserved. Clear word 3 to start afresh. */
 typedef struct {
     Lum32u word[6];
 } LumInflateState;
 
+/* LZ77 stage. Positions are relative to pWindow; *ppSrc must be pWindow + *pSrcIdx. Hash
+ * chains: pHashHead (hashSize >= 1 entries) and pHashPrev (winSize entries, a power of two
+ * from 256 to 32768, indexed by position modulo winSize); entries that are negative, not
+ * older than the position or more than winSize back mean empty, so heads are emptied with
+ * -winSize and prev entries may hold anything. Chains are keyed by 4-byte strings; the lazy
+ * levels also find 3-byte matches up to 4096 back. Levels 1..3 are greedy with zlib's chain
+ * limits, 4..9 lazy (good/lazy/nice/chain as zlib's table). Output: one symbol per entry of
+ * pLitDst/pDistDst (distance 0: literal byte; else length - 3 and distance), *pDstLen room in,
+ * reduced by the symbols written; the frequency tables are added to. NoFlush leaves up to
+ * 262 bytes for the next call; Sync, Full and Finish consume everything, Full then empties
+ * the heads, Finish counts one end-of-block code. Full room: lumStsDstFullWrn, and the next
+ * call continues. Errors: lumStsSizeErr (lengths, winSize, hashSize), lumStsBadArgErr
+ * (level outside 1..9, flush, *pSrcIdx not the source's position). */
 LUM_API LumStatus lumsDeflateLZ77_8u(const Lum8u** ppSrc, int* pSrcLen, int* pSrcIdx,
                                      const Lum8u* pWindow, int winSize, Lum32s* pHashHead,
                                      Lum32s* pHashPrev, int hashSize, Lum32u pLitFreqTable[286],
                                      Lum32u pDistFreqTable[30], Lum8u* pLitDst, Lum16u* pDistDst,
                                      int* pDstLen, int comprLevel, LumLZ77Flush flush);
+/* Huffman stage: the symbols of the LZ77 stage with the given codes and the RFC's extra
+ * bits, least significant bit first, at pDst + *pDstIdx (advanced; whole bytes only). The
+ * bit buffer *pCode holds *pCodeLenBits (0..32) pending bits and fewer than 8 on return. No
+ * block header, no end-of-block code. lumStsBadArgErr before any write for a distance above
+ * 32768 or a code longer than 15 bits or wider than its length. */
 LUM_API LumStatus lumsDeflateHuff_8u(const Lum8u* pLitSrc, const Lum16u* pDistSrc, int srcLen,
                                      Lum32u* pCode, int* pCodeLenBits,
                                      const LumDeflateHuffCode pLitHuffCodes[286],
                                      const LumDeflateHuffCode pDistHuffCodes[30], Lum8u* pDst,
                                      int* pDstIdx);
+/* Inflate. Output at *ppDst + dstIdx (dstIdx >= 0), matches may reach back to *ppDst +
+ * winIdx (winIdx <= dstIdx, may be negative); *pCode holds *pCodeLenBits (0..32) bits carried
+ * from an earlier call (bits above them are ignored) and on return at most 32, the source
+ * pointer standing after the last whole byte taken. From lumInflateBlockHeader it decodes to
+ * the end of the final block (mode lumInflateStreamEnd); from lumInflateFixedBlock or
+ * lumInflateStoredBlock it ends after that block (mode lumInflateBlockHeader, or StreamEnd
+ * when word 1 says final). lumStsSrcEndWrn: the source ended at a resumable point (between
+ * blocks, inside a stored or fixed block, or a dynamic block that is decoded again from its
+ * header next time, so keep its source); lumStsDstFullWrn: no room for pending output, the
+ * next call resumes. lumStsCorruptDataErr for bad block types, stored lengths, code sets,
+ * codes or distances before the window; lumStsNoOperation from lumInflateStreamEnd. On an
+ * error the arguments are left as they were. */
 LUM_API LumStatus lumsInflate_8u(const Lum8u** ppSrc, int* pSrcLen, Lum32u* pCode,
                                  int* pCodeLenBits, int winIdx, Lum8u** ppDst, int* pDstLen,
                                  int dstIdx, LumInflateMode* pMode, LumInflateState* pState);
