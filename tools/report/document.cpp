@@ -101,6 +101,15 @@ Tone toneOf(Verdict v) {
     }
 }
 
+std::vector<std::vector<std::string>> factRows(const Document& d) {
+    std::vector<std::vector<std::string>> rows;
+    for (const auto& [label, values] : d.facts) {
+        rows.push_back({label});
+        rows.back().insert(rows.back().end(), values.begin(), values.end());
+    }
+    return rows;
+}
+
 Document summaryDocument(const Table& table) {
     Summary s = summarize(table);
     Document d;

@@ -56,6 +56,9 @@ std::string formatRatio(double r);
 std::string formatChange(double r);
 Tone toneOf(Verdict v);
 
+// The facts as rows of text: label, then one value per source.
+std::vector<std::vector<std::string>> factRows(const Document& d);
+
 Document summaryDocument(const Table& table);
 Document compareDocument(const Table& base, const Table& cur, const Comparison& c);
 

@@ -35,12 +35,7 @@ void writeMarkdown(std::ostream& out, const Document& d) {
     std::vector<std::string> head{""};
     for (size_t i = 0; i < d.sources.size(); ++i)
         head.push_back(d.sources.size() > 1 ? (i ? "new: " : "base: ") + d.sources[i] : d.sources[i]);
-    std::vector<std::vector<std::string>> facts;
-    for (const auto& [label, values] : d.facts) {
-        std::vector<std::string> row{label};
-        row.insert(row.end(), values.begin(), values.end());
-        facts.push_back(row);
-    }
+    std::vector<std::vector<std::string>> facts = factRows(d);
     writeTable(out, head, facts, head.size());
     out << "\n";
     for (const std::string& line : d.headline) out << "**" << escape(line) << "**  \n";

@@ -39,19 +39,10 @@ void writeColumns(std::ostream& out, const std::vector<std::string>& head,
 
 void writeText(std::ostream& out, const Document& d) {
     out << d.title << "\n\n";
-    std::vector<std::string> head{""};
-    if (d.sources.size() > 1) {
-        head = {"", "base", "new"};
-    }
-    std::vector<std::vector<std::string>> facts;
-    for (const auto& [label, values] : d.facts) {
-        std::vector<std::string> row{label};
-        row.insert(row.end(), values.begin(), values.end());
-        facts.push_back(row);
-    }
+    std::vector<std::vector<std::string>> facts = factRows(d);
     if (d.sources.size() > 1) {
         facts.insert(facts.begin(), {"File", d.sources[0], d.sources[1]});
-        writeColumns(out, head, facts, head.size());
+        writeColumns(out, {"", "base", "new"}, facts, 3);
     } else {
         for (const auto& row : facts) out << fmt::format("{:<9} {}\n", row[0], row.size() > 1 ? row[1] : "");
     }
