@@ -268,7 +268,24 @@ LUM_API LumStatus lumsEncodeLZO_8u(const Lum8u* pSrc, int srcLen, Lum8u* pDst, i
 LUM_API LumStatus lumsDecodeLZO_8u(const Lum8u* pSrc, int srcLen, Lum8u* pDst, int* pDstLen);
 LUM_API LumStatus lumsDecodeLZOSafe_8u(const Lum8u* pSrc, int srcLen, Lum8u* pDst, int* pDstLen);
 
-/* ==== LZSS (4096-byte ring) ============================================================ */
+/* ==== LZSS (4096-byte ring) ============================================================
+ * The ring starts filled with blanks (0x20) and is written from 4096 - 18. A flag byte
+ * precedes each group of up to 8 items, least significant bit first: 1 = a literal byte,
+ * 0 = a match of two bytes b0 = pos & 0xFF, b1 = ((pos >> 4) & 0xF0) | (len - 3), pos the
+ * ring position the copy starts at, len 3..18. The encoder takes the longest match
+ * (hash chains over the last 4095 bytes).
+ * One work area (lumsLZSSGetSize_8u) serves either direction, prepared by the Init of the
+ * direction it is used for (the other direction's calls give lumStsContextMatchErr). It
+ * may sit at any address and may be moved between calls.
+ * Streaming: *ppSrc and *ppDst advance, *pSrcLen and *pDstLen count down to what is left.
+ * The encoder takes all input, keeps up to 17 bytes of lookahead and the open flag group
+ * until more input or the flush, and writes whole groups; the flush codes the rest,
+ * writes the last group and prepares the area for a new stream. A full destination
+ * gives lumStsDstFullWrn: call again with more room (and the rest of the input) to go
+ * on. The decoder accepts any byte sequence; lumStsSrcEndWrn tells that the input ended
+ * inside a match, lumStsDstFullWrn that output is pending. The decoder may write past
+ * its output, within the room, bytes that later output overwrites.
+ */
 typedef struct LumLZSSState_8u LumLZSSState_8u;
 
 LUM_API LumStatus lumsLZSSGetSize_8u(int* pSize);

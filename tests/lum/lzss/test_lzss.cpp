@@ -1,0 +1,320 @@
+// LZSS: round trips through a decoder written here from the format description, streams
+// cut at arbitrary points in both directions, garbage input, arguments and the benchmark
+// module's call sequence.
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <fstream>
+#include <functional>
+#include <iterator>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "lumdc.h"
+
+namespace {
+
+using Bytes = std::vector<Lum8u>;
+using Pieces = std::function<int()>;  // the next piece length
+
+// The format read the plain way: a 4096-byte ring of blanks written from 4078, a flag
+// byte per 8 items (least significant bit first, 1 = literal), matches
+// pos = b0 | (b1 & 0xF0) << 4, len = (b1 & 15) + 3. An unfinished last item is dropped.
+Bytes referenceDecode(const Bytes& in) {
+    Lum8u ring[4096];
+    std::memset(ring, ' ', sizeof ring);
+    int r = 4078;
+    Bytes out;
+    auto put = [&](Lum8u c) { out.push_back(c); ring[r] = c; r = (r + 1) & 4095; };
+    for (size_t i = 0; i < in.size();) {
+        const int flags = in[i++];
+        for (int item = 0; item < 8 && i < in.size(); ++item) {
+            if (flags >> item & 1) {
+                put(in[i++]);
+            } else if (i + 1 < in.size()) {
+                const int pos = in[i] | (in[i + 1] & 0xF0) << 4, len = (in[i + 1] & 15) + 3;
+                i += 2;
+                for (int k = 0; k < len; ++k) put(ring[(pos + k) & 4095]);
+            } else {
+                i = in.size();
+            }
+        }
+    }
+    return out;
+}
+
+class State {
+public:
+    State() {
+        int size = 0;
+        EXPECT_EQ(lumsLZSSGetSize_8u(&size), lumStsNoErr);
+        area_.resize(size + 16);
+    }
+    LumLZSSState_8u* get() { return reinterpret_cast<LumLZSSState_8u*>(area_.data() + shift_); }
+    // Moves the work area to another offset, as a caller copying it between calls would.
+    void move() {
+        const int next = (shift_ + 5) % 16;
+        std::memmove(area_.data() + next, area_.data() + shift_, area_.size() - 16);
+        shift_ = next;
+    }
+
+private:
+    Bytes area_;
+    int shift_ = 0;
+};
+
+// Encodes with the source and the destination given in pieces; flushes at the end.
+Bytes encode(const Bytes& data, const Pieces& srcPiece, const Pieces& dstPiece, State& state) {
+    Bytes out;
+    Lum8u one = 0;
+    auto call = [&](Lum8u** ppSrc, int* pSrcLen) {
+        Bytes room(dstPiece());
+        Lum8u* dst = room.data();
+        int dstLen = int(room.size());
+        const LumStatus s = ppSrc ? lumsEncodeLZSS_8u(ppSrc, pSrcLen, &dst, &dstLen, state.get())
+                                  : lumsEncodeLZSSFlush_8u(&dst, &dstLen, state.get());
+        EXPECT_TRUE(s == lumStsNoErr || s == lumStsDstFullWrn) << s;
+        EXPECT_EQ(dst, room.data() + room.size() - dstLen);
+        out.insert(out.end(), room.data(), dst);
+        state.move();
+        return s;
+    };
+    for (size_t pos = 0; pos < data.size();) {
+        const int piece = std::min<int>(int(data.size() - pos), srcPiece());
+        Lum8u* src = piece > 0 ? const_cast<Lum8u*>(data.data() + pos) : &one;
+        int srcLen = piece;
+        while (call(&src, &srcLen) == lumStsDstFullWrn) {}
+        EXPECT_EQ(srcLen, 0);
+        pos += piece;
+    }
+    while (call(nullptr, nullptr) == lumStsDstFullWrn) {}
+    return out;
+}
+
+// Decodes with the source and the room given in pieces; returns the output.
+Bytes decode(const Bytes& stream, const Pieces& srcPiece, const Pieces& dstPiece, State& state) {
+    EXPECT_EQ(lumsDecodeLZSSInit_8u(state.get()), lumStsNoErr);
+    Bytes out;
+    Lum8u one = 0;
+    LumStatus s = lumStsNoErr;
+    for (size_t pos = 0; pos < stream.size() || s == lumStsDstFullWrn;) {
+        const int piece = std::min<int>(int(stream.size() - pos), srcPiece());
+        Lum8u* src = piece > 0 ? const_cast<Lum8u*>(stream.data() + pos) : &one;
+        int srcLen = piece;
+        do {
+            Bytes room(dstPiece());
+            Lum8u* dst = room.data();
+            int dstLen = int(room.size());
+            s = lumsDecodeLZSS_8u(&src, &srcLen, &dst, &dstLen, state.get());
+            EXPECT_TRUE(s == lumStsNoErr || s == lumStsDstFullWrn || s == lumStsSrcEndWrn) << s;
+            out.insert(out.end(), room.data(), dst);
+            state.move();
+        } while (s == lumStsDstFullWrn && (srcLen > 0 || pos + piece == stream.size()));
+        EXPECT_EQ(srcLen, 0);
+        pos += piece;
+    }
+    return out;
+}
+
+Pieces whole() { return [] { return 1 << 21; }; }  // more than any input or output here
+Pieces randomPieces(int max, unsigned seed) {
+    auto gen = std::make_shared<std::mt19937>(seed);
+    return [gen, max] { return 1 + int((*gen)() % max); };
+}
+
+Bytes randomBytes(size_t n, unsigned seed) {
+    std::mt19937 gen(seed);
+    Bytes b(n);
+    for (auto& x : b) x = Lum8u(gen());
+    return b;
+}
+
+std::vector<std::pair<std::string, Bytes>> edgeInputs() {
+    Bytes all;
+    for (int round = 0; round < 3; ++round)
+        for (int v = 0; v < 256; ++v) all.push_back(Lum8u(v));
+    Bytes pattern;
+    for (int i = 0; i < 20000; ++i) pattern.push_back(Lum8u("abcab  x"[i % 8] + (i % 997 == 0)));
+    return {{"empty", {}}, {"one byte", {'q'}}, {"blanks", Bytes(5000, ' ')}, {"run", Bytes(10000, 'a')},
+            {"all values", all}, {"random", randomBytes(50000, 1)}, {"pattern", pattern},
+            {"blank-led", Bytes{' ', ' ', ' ', 'x', ' ', ' ', ' ', ' '}}};
+}
+
+std::vector<std::pair<std::string, Bytes>> corpus() {
+    std::vector<std::pair<std::string, Bytes>> files;
+    for (const char* f : {"bib", "book1", "book2", "geo", "news", "obj1", "obj2", "paper1", "paper2",
+                          "pic", "progc", "progl", "progp", "trans"}) {
+        std::ifstream in(std::string(PERFDC_CORPUS_DIR) + "/" + f, std::ios::binary);
+        if (in) files.push_back({f, Bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>())});
+    }
+    return files;
+}
+
+void expectRoundTrip(const std::string& name, const Bytes& data, bool pieces) {
+    State state;
+    ASSERT_EQ(lumsEncodeLZSSInit_8u(state.get()), lumStsNoErr);
+    const Bytes stream = encode(data, whole(), whole(), state);
+    EXPECT_EQ(referenceDecode(stream), data) << name;
+    EXPECT_EQ(decode(stream, whole(), whole(), state), data) << name;
+    if (!pieces) return;
+    // The same stream whatever the pieces: the encoder codes only with a full lookahead.
+    ASSERT_EQ(lumsEncodeLZSSInit_8u(state.get()), lumStsNoErr);
+    EXPECT_EQ(encode(data, randomPieces(3000, 2), randomPieces(40, 3), state), stream) << name;
+    EXPECT_EQ(decode(stream, randomPieces(50, 4), randomPieces(40, 5), state), data) << name;
+}
+
+TEST(Lzss, EdgeInputsRoundTripWholeAndInPieces) {
+    for (const auto& [name, data] : edgeInputs()) expectRoundTrip(name, data, true);
+}
+
+TEST(Lzss, CorpusRoundTrips) {
+    const auto files = corpus();
+    if (files.empty()) GTEST_SKIP() << "corpus not found in " << PERFDC_CORPUS_DIR;
+    for (const auto& [name, data] : files) expectRoundTrip(name, data, name == "paper1" || name == "pic");
+}
+
+TEST(Lzss, CompressesRedundantInput) {
+    State state;
+    ASSERT_EQ(lumsEncodeLZSSInit_8u(state.get()), lumStsNoErr);
+    EXPECT_EQ(encode(Bytes(18 * 800, ' '), whole(), whole(), state).size(), 100u * 17);  // all 18-byte matches
+    const Bytes text = edgeInputs()[6].second;
+    EXPECT_LT(encode(text, whole(), whole(), state).size(), text.size() / 5);
+}
+
+// Every byte sequence is a stream: on random and mutated input the decoder gives what the
+// plain decoder gives, cut to its room, with the matching status.
+TEST(Lzss, DecoderFollowsTheFormatOnGarbage) {
+    State state;
+    ASSERT_EQ(lumsEncodeLZSSInit_8u(state.get()), lumStsNoErr);
+    const Bytes valid = encode(edgeInputs()[6].second, whole(), whole(), state);
+    std::mt19937 gen(6);
+    for (int round = 0; round < 3000; ++round) {
+        Bytes in = round % 2 ? randomBytes(gen() % 300, round) : valid;
+        if (round % 2 == 0) {
+            in.resize(gen() % in.size());
+            for (int flips = gen() % 8; flips > 0 && !in.empty(); --flips) in[gen() % in.size()] = Lum8u(gen());
+        }
+        const Bytes expected = referenceDecode(in);
+        const int room = round % 3 ? int(expected.size()) : int(gen() % (expected.size() + 1));
+        ASSERT_EQ(lumsDecodeLZSSInit_8u(state.get()), lumStsNoErr);
+        Bytes src(in), dst(room);  // exact sizes: the sanitizers see any access past them
+        Lum8u* ps = src.data();
+        Lum8u* pd = dst.data();
+        Lum8u one = 0;
+        if (src.empty()) ps = &one;
+        if (dst.empty()) pd = &one;
+        int srcLen = int(src.size()), dstLen = room;
+        const LumStatus s = lumsDecodeLZSS_8u(&ps, &srcLen, &pd, &dstLen, state.get());
+        EXPECT_EQ(dstLen, room - std::min<int>(room, int(expected.size())));
+        EXPECT_TRUE(std::equal(dst.begin(), dst.begin() + (room - dstLen), expected.begin()));
+        if (room < int(expected.size())) EXPECT_EQ(s, lumStsDstFullWrn);
+        else EXPECT_TRUE(s == lumStsNoErr || s == lumStsSrcEndWrn);
+    }
+}
+
+// Output that ends exactly at the end of the room is complete; one byte less is the
+// destination warning, and the call after it finishes the job.
+TEST(Lzss, ExactRoomAndResume) {
+    State state;
+    ASSERT_EQ(lumsEncodeLZSSInit_8u(state.get()), lumStsNoErr);
+    const Bytes data = edgeInputs()[6].second;
+    Bytes stream = encode(data, whole(), whole(), state), out(data.size());
+    for (int less : {0, 1}) {
+        ASSERT_EQ(lumsDecodeLZSSInit_8u(state.get()), lumStsNoErr);
+        Lum8u* src = stream.data();
+        Lum8u* dst = out.data();
+        int srcLen = int(stream.size()), dstLen = int(data.size()) - less;
+        ASSERT_EQ(lumsDecodeLZSS_8u(&src, &srcLen, &dst, &dstLen, state.get()), less ? lumStsDstFullWrn : lumStsNoErr);
+        dstLen += less;
+        EXPECT_EQ(lumsDecodeLZSS_8u(&src, &srcLen, &dst, &dstLen, state.get()), lumStsNoErr);
+        EXPECT_EQ(out, data);
+    }
+}
+
+TEST(Lzss, BadArgumentsGiveTheirStatus) {
+    State state;
+    int size = 0;
+    EXPECT_EQ(lumsLZSSGetSize_8u(nullptr), lumStsNullPtrErr);
+    EXPECT_EQ(lumsEncodeLZSSInit_8u(nullptr), lumStsNullPtrErr);
+    EXPECT_EQ(lumsDecodeLZSSInit_8u(nullptr), lumStsNullPtrErr);
+    ASSERT_EQ(lumsLZSSGetSize_8u(&size), lumStsNoErr);
+    Bytes buf(64, 7), out(64, 9);
+    Lum8u* src = buf.data();
+    Lum8u* dst = out.data();
+    Lum8u* none = nullptr;
+    int srcLen = 64, dstLen = 64, negative = -1;
+    using Encode = LumStatus (*)(Lum8u**, int*, Lum8u**, int*, LumLZSSState_8u*);
+    for (Encode fn : {Encode(lumsEncodeLZSS_8u), Encode(lumsDecodeLZSS_8u)}) {
+        const struct { Lum8u** ppSrc; int* pSrcLen; Lum8u** ppDst; int* pDstLen; LumLZSSState_8u* st; LumStatus want; } cases[] = {
+            {nullptr, &srcLen, &dst, &dstLen, state.get(), lumStsNullPtrErr},
+            {&none, &srcLen, &dst, &dstLen, state.get(), lumStsNullPtrErr},
+            {&src, nullptr, &dst, &dstLen, state.get(), lumStsNullPtrErr},
+            {&src, &srcLen, nullptr, &dstLen, state.get(), lumStsNullPtrErr},
+            {&src, &srcLen, &none, &dstLen, state.get(), lumStsNullPtrErr},
+            {&src, &srcLen, &dst, nullptr, state.get(), lumStsNullPtrErr},
+            {&src, &srcLen, &dst, &dstLen, nullptr, lumStsNullPtrErr},
+            {&src, &negative, &dst, &dstLen, state.get(), lumStsSizeErr},
+            {&src, &srcLen, &dst, &negative, state.get(), lumStsSizeErr},
+            {&src, &srcLen, &dst, &dstLen, state.get(), lumStsContextMatchErr},  // never initialised
+        };
+        for (const auto& c : cases) EXPECT_EQ(fn(c.ppSrc, c.pSrcLen, c.ppDst, c.pDstLen, c.st), c.want);
+    }
+    EXPECT_EQ(lumsEncodeLZSSFlush_8u(&dst, &dstLen, state.get()), lumStsContextMatchErr);
+    EXPECT_EQ(lumsEncodeLZSSFlush_8u(&dst, &negative, state.get()), lumStsSizeErr);
+    // A state prepared for one direction is refused by the other.
+    ASSERT_EQ(lumsEncodeLZSSInit_8u(state.get()), lumStsNoErr);
+    EXPECT_EQ(lumsDecodeLZSS_8u(&src, &srcLen, &dst, &dstLen, state.get()), lumStsContextMatchErr);
+    ASSERT_EQ(lumsDecodeLZSSInit_8u(state.get()), lumStsNoErr);
+    EXPECT_EQ(lumsEncodeLZSS_8u(&src, &srcLen, &dst, &dstLen, state.get()), lumStsContextMatchErr);
+    EXPECT_TRUE(src == buf.data() && dst == out.data() && srcLen == 64 && dstLen == 64);
+    EXPECT_EQ(std::count(out.begin(), out.end(), 9), 64);
+}
+
+// The benchmark module: encode calls without flush on a state never re-initialised, each
+// from the start of the buffers with room 2n; then decode from a fresh state, with room
+// 2 x length, the stream that encode + flush produced.
+TEST(Lzss, ModuleCallSequence) {
+    const int n = 16384;
+    const Bytes data = edgeInputs()[6].second;
+    const Bytes src(data.begin(), data.begin() + n);
+    State state;
+    ASSERT_EQ(lumsEncodeLZSSInit_8u(state.get()), lumStsNoErr);
+    Bytes dst(2 * n), all, out(2 * n);
+    for (int call = 0; call < 4; ++call) {
+        Lum8u* ps = const_cast<Lum8u*>(src.data());
+        Lum8u* pd = dst.data();
+        int srcLen = n, dstLen = 2 * n;
+        ASSERT_EQ(lumsEncodeLZSS_8u(&ps, &srcLen, &pd, &dstLen, state.get()), lumStsNoErr);
+        EXPECT_EQ(srcLen, 0);
+        all.insert(all.end(), dst.data(), pd);
+    }
+    Lum8u* pd = dst.data();
+    int dstLen = 2 * n;
+    ASSERT_EQ(lumsEncodeLZSSFlush_8u(&pd, &dstLen, state.get()), lumStsNoErr);
+    all.insert(all.end(), dst.data(), pd);
+    Bytes four;
+    for (int i = 0; i < 4; ++i) four.insert(four.end(), src.begin(), src.end());
+    EXPECT_EQ(referenceDecode(all), four);  // the calls continue one stream
+
+    ASSERT_EQ(lumsEncodeLZSSInit_8u(state.get()), lumStsNoErr);
+    Lum8u* ps = const_cast<Lum8u*>(src.data());
+    int srcLen = n;
+    pd = dst.data();
+    dstLen = 2 * n;
+    ASSERT_EQ(lumsEncodeLZSS_8u(&ps, &srcLen, &pd, &dstLen, state.get()), lumStsNoErr);
+    ASSERT_EQ(lumsEncodeLZSSFlush_8u(&pd, &dstLen, state.get()), lumStsNoErr);
+    const int compressed = 2 * n - dstLen;
+    for (int call = 0; call < 2; ++call) {
+        ASSERT_EQ(lumsDecodeLZSSInit_8u(state.get()), lumStsNoErr);
+        Lum8u* in = dst.data();
+        Lum8u* o = out.data();
+        int inLen = compressed, room = 2 * n;
+        ASSERT_EQ(lumsDecodeLZSS_8u(&in, &inLen, &o, &room, state.get()), lumStsNoErr);
+        EXPECT_EQ(inLen, 0);
+        ASSERT_EQ(room, n);
+        EXPECT_TRUE(std::equal(src.begin(), src.end(), out.begin()));
+    }
+}
+
+}  // namespace
