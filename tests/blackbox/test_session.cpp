@@ -98,10 +98,10 @@ TEST(SessionFiles, FilesThatCannotBeOpenedStopTheRun) {
     // reason: the line that names the file
     struct Case { std::vector<std::string> args; std::string fatal; std::string reason; };
     const Case cases[] = {
-        {{"-o/nonexistent/dir/x.txt"}, output, "-- Can't open file /nonexistent/dir/x.txt to write: "},
-        {{"-r", "-lmissing"}, output, "-- Can't open file ./missing/perfdc.csv to write: "},
-        {{"-@no_such_options"}, output, "-- Can't open file no_such_options to read: "},
-        {{"-@."}, output, "-- Can't read file ."},
+        {{"-o/nonexistent/dir/x.txt"}, output, "-- Can't open file /nonexistent/dir/x.txt to write: No such file or directory"},
+        {{"-r", "-lmissing"}, output, "-- Can't open file ./missing/perfdc.csv to write: No such file or directory"},
+        {{"-@no_such_options"}, output, "-- Can't open file no_such_options to read: No such file or directory"},
+        {{"-@."}, output, "-- Can't read file .: Is a directory"},
         {{"-I/nonexistent/dir/p.ini"}, "FATAL ERROR: can't open ini-file for writing", ""},
     };
     for (const auto& c : cases) {
@@ -119,7 +119,7 @@ TEST(SessionFiles, FilesThatCannotBeOpenedStopTheRun) {
     Sandbox box;
     RunResult r = box.run(quickWith({"-inot_there"}));
     EXPECT_EQ(r.exitCode, 0);
-    EXPECT_EQ(r.count("-- Can't open file ./not_there.ini to read: "), 1) << r.output;
+    EXPECT_EQ(r.count("-- Can't open file ./not_there.ini to read: No such file or directory\n"), 1) << r.output;
     EXPECT_EQ(r.count("PS Summary"), 1) << r.output;
 }
 

@@ -9,6 +9,7 @@
 #include <cstdio>
 #include <fstream>
 #include <string>
+#include <sys/stat.h>
 
 namespace {
 
@@ -104,8 +105,19 @@ TEST_F(IniFileTest, MissingOrUnwritableFiles) {
     g_ostrm.setOutLevel(ERR);
     psIniFile ini;
     EXPECT_FALSE(ini.open(path.c_str(), false));
-    EXPECT_EQ(0u, out.text().find("-- Can't open file " + path + " to read: "));
+    EXPECT_EQ(out.text(), "-- Can't open file " + path + " to read: No such file or directory\n");
     EXPECT_TRUE(ini.open(path.c_str(), true)) << "-I creates the file";
     EXPECT_TRUE(std::ifstream(path).good());
-    EXPECT_FALSE(ini.open(psTestTempPath("no_such_dir/x.ini").c_str(), true));
+    const std::string noDir = psTestTempPath("no_such_dir/x.ini");
+    EXPECT_FALSE(ini.open(noDir.c_str(), true));
+    EXPECT_NE(out.text().find("-- Can't open file " + noDir + " to write: No such file or directory\n"), std::string::npos);
+
+    // The file turned into a folder before the values are written back: said, not lost silently.
+    ASSERT_TRUE(ini.open(path.c_str(), true));
+    ini.write("Perf System", "Method", "Auto", "");
+    std::remove(path.c_str());
+    ASSERT_EQ(mkdir(path.c_str(), 0755), 0);
+    ini.close();
+    rmdir(path.c_str());
+    EXPECT_NE(out.text().find("-- Can't open file " + path + " to write: Is a directory\n"), std::string::npos) << out.text();
 }

@@ -86,6 +86,27 @@ TEST(Streams, GetlineReadsLongLinesWhole) {
     std::remove(path.c_str());
 }
 
+// A file that cannot be opened is reported with the system's reason after the colon.
+TEST(Streams, OpenFailuresNameTheReason) {
+    const std::string plain = psTestTempPath("plain.txt");
+    psTestWriteFile(plain, "x");
+    const struct { std::string name; int mode; std::string line; } cases[] = {
+        {plain + "/below", IO_READ, "-- Can't open file " + plain + "/below to read: Not a directory\n"},
+        {std::string(::testing::TempDir()), IO_WRITE, "-- Can't open file " + std::string(::testing::TempDir()) + " to write: Is a directory\n"},
+        {"", IO_READ, "-- Can't open file. Wrong filename (NULL) to read: No such file or directory\n"},
+        {plain, 0, "-- Can't open file " + plain + ": Invalid argument\n"},
+    };
+    for (const auto& c : cases) {
+        Capture cap;
+        g_ostrm.setOutLevel(ERR);
+        psString name(c.name.c_str());
+        o_stream s(name, c.mode | IO_EXACT_NAME);
+        EXPECT_FALSE(s.isOpen()) << c.name;
+        EXPECT_EQ(cap.text(), c.line);
+    }
+    std::remove(plain.c_str());
+}
+
 TEST(Exceptions, MessagesCarryTheirPrefix) {
     psException text(psString("Invalid value of Len = x"));
     EXPECT_STREQ(text.msg(), "--LUM. Exception: Invalid value of Len = x");

@@ -2,6 +2,7 @@
 
 #include "streams.h"
 
+#include <cerrno>
 #include <cstdio>
 #include <iterator>
 
@@ -96,7 +97,7 @@ bool psCommandList::insertFromFile(const psString& fileName, iterator pos)
     }
     // A name that opens but cannot be read (a folder) counts as unreadable.
     if (std::ferror(in.file())) {
-        g_ostrm << ERR << "-- Can't read file " << name << "\n" << END_MSG;
+        psReportFileError("read", name, 0, errno);
         return false;
     }
     insertArgs(text, pos);

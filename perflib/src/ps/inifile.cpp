@@ -2,6 +2,7 @@
 
 #include "streams.h"
 
+#include <cerrno>
 #include <cstdio>
 
 namespace {
@@ -27,6 +28,18 @@ bool headerName(const psString& line, psString& name)
     int close = line.find(']', open + 1);
     if (close < 0) return false;
     name = line.substr(open + 1, close - open - 1).trimmed();
+    return true;
+}
+
+// Opens the file in the mode and closes it again; a failure is reported with its reason.
+bool canWrite(const psString& name, const char* how)
+{
+    FILE* f = std::fopen(name.c_str(), how);
+    if (!f) {
+        psReportFileError("open", name, IO_WRITE, errno);
+        return false;
+    }
+    std::fclose(f);
     return true;
 }
 
@@ -56,10 +69,7 @@ bool psIniFile::open(const psString& name, bool write)
     if (!in.isOpen()) {
         if (!write) return false;
         // Creating the file now tells at once whether it can be written at the end.
-        FILE* f = std::fopen(name.c_str(), "w");
-        if (!f) return false;
-        std::fclose(f);
-        return true;
+        return canWrite(name, "w");
     }
     psSectionItem* current = nullptr;
     psString line;
@@ -85,9 +95,7 @@ bool psIniFile::open(const psString& name, bool write)
     in.close();
     if (write) {
         // An existing file that cannot be rewritten is as bad as one that cannot be created.
-        FILE* f = std::fopen(name.c_str(), "a");
-        if (!f) return false;
-        std::fclose(f);
+        return canWrite(name, "a");
     }
     return true;
 }
@@ -160,7 +168,10 @@ void psIniFile::updateFile()
 {
     if (!m_modified || m_name.empty()) return;
     FILE* f = std::fopen(m_name.c_str(), "w");
-    if (!f) return;
+    if (!f) {
+        psReportFileError("open", m_name, IO_WRITE, errno);
+        return;
+    }
     for (const psSectionItem& s : m_sections) {
         std::fprintf(f, "\n[%s]\n", s.name.c_str());
         for (const psValueItem& v : s.values) {

@@ -3,6 +3,7 @@
 #include "inifile.h"
 #include "paths.h"
 
+#include <cerrno>
 #include <cstring>
 
 psOStream g_ostrm;
@@ -44,14 +45,14 @@ io_stream::io_stream(psString& name, int mode, bool report) : m_file(nullptr)
     else if (mode & IO_WRITE)
         how = (mode & IO_APPEND) ? "a" : "w";
     if (mode & IO_BINARY) how += "b";
-    if (!name.empty() && !how.empty()) m_file = std::fopen(name.c_str(), how.c_str());
-    if (!m_file && report) {
-        psString modeWord = (mode & IO_READ) ? " to read" : (mode & IO_WRITE) ? " to write" : "";
-        if (name.empty())
-            g_ostrm << ERR << "-- Can't open file. Wrong filename (NULL) " << modeWord << ": " << getLastErrorMessage() << "\n" << END_MSG;
-        else
-            g_ostrm << ERR << "-- Can't open file " << name << modeWord << ": " << getLastErrorMessage() << "\n" << END_MSG;
+    // Without a name there is no such file, without a mode the call is invalid; after
+    // fopen its reason is taken at once, before anything else can change errno.
+    int err = name.empty() ? ENOENT : EINVAL;
+    if (!name.empty() && !how.empty()) {
+        m_file = std::fopen(name.c_str(), how.c_str());
+        err = errno;
     }
+    if (!m_file && report) psReportFileError("open", name, mode, err);
 }
 
 io_stream::~io_stream() { close(); }
@@ -112,7 +113,24 @@ o_stream* createOStream(const psString& name, bool append)
     return s;
 }
 
-psString getLastErrorMessage() { return psString(); }
+psString getLastErrorMessage() { return psErrorText(errno); }
+
+psString psErrorText(int err)
+{
+    const char* text = err ? std::strerror(err) : nullptr;
+    return text && *text ? psString(text) : psString("unknown reason");
+}
+
+void psReportFileError(const char* action, const psString& name, int mode, int err)
+{
+    const char* modeWord = (mode & IO_READ) ? " to read" : (mode & IO_WRITE) ? " to write" : "";
+    g_ostrm << ERR << "-- Can't " << action << " file";
+    if (name.empty())
+        g_ostrm << ". Wrong filename (NULL)";
+    else
+        g_ostrm << " " << name;
+    g_ostrm << modeWord << ": " << psErrorText(err) << "\n" << END_MSG;
+}
 
 // ---------------------------------------------------------------- sinks
 

@@ -73,7 +73,12 @@ extern o_stream c_out;
 
 // Opens a file for output (write or append), with the name used as given; null on failure.
 o_stream* createOStream(const psString& name, bool append);
+// The system's text of errno now, and of a saved errno value ("unknown reason" for 0).
 psString getLastErrorMessage();
+psString psErrorText(int err);
+// Console error line of a file that cannot be used, with the system's reason:
+// "-- Can't <action> file <name> to read|to write: No such file or directory".
+void psReportFileError(const char* action, const psString& name, int mode, int err);
 
 // A list of file sinks; the base of the console and table streams.
 class psSinks {
