@@ -273,7 +273,7 @@ LUM_API LumStatus lumsDecodeLZOSafe_8u(const Lum8u* pSrc, int srcLen, Lum8u* pDs
  * precedes each group of up to 8 items, least significant bit first: 1 = a literal byte,
  * 0 = a match of two bytes b0 = pos & 0xFF, b1 = ((pos >> 4) & 0xF0) | (len - 3), pos the
  * ring position the copy starts at, len 3..18. The encoder takes the longest match
- * (hash chains over the last 4095 bytes).
+ * (hash chains over the last 4095 bytes, up to 256 candidates per search).
  * One work area (lumsLZSSGetSize_8u) serves either direction, prepared by the Init of the
  * direction it is used for (the other direction's calls give lumStsContextMatchErr). It
  * may sit at any address and may be moved between calls.

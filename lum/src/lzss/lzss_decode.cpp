@@ -122,8 +122,15 @@ private:
                 const int len = (s[1] & 0x0F) + kMinMatch;
                 s += 2;
                 const int dist = distanceFrom(ringNow(), pos);
-                if (dist >= 8 && dist <= out_ - dst0_) {
-                    for (int k = 0; k < len; k += 8) std::memcpy(out_ + k, out_ + k - dist, 8);
+                if (dist <= out_ - dst0_) {
+                    if (dist >= 8) {
+                        for (int k = 0; k < len; k += 8) std::memcpy(out_ + k, out_ + k - dist, 8);
+                    } else {
+                        // Repeats the last dist bytes, reading only bytes from before the
+                        // match so that the stores do not wait for each other.
+                        for (int k = 0, j = -dist; k < len; ++k, j = j + 1 < 0 ? j + 1 : -dist)
+                            out_[k] = out_[j];
+                    }
                     out_ += len;
                 } else {
                     copySlow(dist, len);

@@ -3,8 +3,9 @@
 // The input is gathered in a linear window that starts with 4096 blanks (the decoder's
 // initial ring) and slides down when it is full. Every position is chained behind the
 // earlier ones of the same three-byte hash; the search walks the chain as far as 4095
-// bytes back and stops early at an 18-byte match. The lookahead (fewer than 18 bytes) and
-// the open flag group stay in the work area until more input or the flush arrives.
+// bytes back (at most 256 candidates) and stops early at an 18-byte match. The lookahead
+// (fewer than 18 bytes) and the open flag group stay in the work area until more input
+// or the flush arrives.
 #include <algorithm>
 
 #include "lzss/lzss_format.h"
@@ -18,6 +19,9 @@ constexpr int kWinSlack = 32;     // zeroed bytes past the window for wide compa
 constexpr int kHashBits = 13;
 constexpr int kHashLen = 1 << kHashBits;
 constexpr int kMaxDistance = kRingLen - 1;
+// Candidates looked at per search. Real data rarely has longer chains within 4095 bytes;
+// long runs of one byte do, and there every candidate gives the same length.
+constexpr int kMaxChain = 256;
 
 struct EncoderHead {
     Lum32u magic;
@@ -119,7 +123,8 @@ private:
                 const Lum8u* key = win_ + h_.cur;
                 const int limit = h_.cur - kMaxDistance;
                 bestLen = kMinMatch - 1;
-                for (int cand = headAt(hash3(key)); cand >= limit && cand > 0; cand = prevAt(cand)) {
+                int cand = headAt(hash3(key));
+                for (int chain = kMaxChain; cand >= limit && cand > 0 && chain > 0; --chain, cand = prevAt(cand)) {
                     const Lum8u* p = win_ + cand;
                     if (p[bestLen] != key[bestLen]) continue;
                     const int len = matchLength(p, key, maxLen);
