@@ -127,44 +127,62 @@ inline Lum8u* copyFast(Lum8u* out, unsigned len, unsigned dist) {
             out += 8;
         } while (out < end);
     } else {
-        while (out < end) *out++ = *src++;
+        // Each overlapping word store leaves `dist` more bytes of the repeating pattern.
+        do {
+            store64le(out, load64le(src));
+            out += dist;
+            src += dist;
+        } while (out < end);
     }
     return end;
 }
 
 Result Inflater::fastLoop(const Tables& t) {
-    while (br.inEnd - br.in >= 8 && outEnd - out >= kFastRoom) {
-        br.refillFast();
+    // Locals, not members: byte stores could otherwise alias the reader and the pointers.
+    BitReader b = br;
+    Lum8u* o = out;
+    const Lum8u* const oEnd = outEnd - kFastRoom;
+    const Lum8u* const iEnd = b.inEnd - 8;
+    Result r = Result::More;
+    while (b.in <= iEnd && o <= oEnd) {
+        b.refillFast();
         unsigned primary;
-        Lum32u e = lookup(t.litLen, kLitLenBits, br.buf, &primary);
+        Lum32u e = lookup(t.litLen, kLitLenBits, b.buf, &primary);
         unsigned bits = primary + entryBits(e);
         if (entryKind(e) == kLiteral) {
-            *out++ = static_cast<Lum8u>(entryValue(e));
-            br.consume(bits);
-            // A second literal when its code is already in the buffer.
-            if (br.cnt < kMaxCodeLen) continue;
-            e = lookup(t.litLen, kLitLenBits, br.buf, &primary);
-            if (entryKind(e) != kLiteral) continue;
-            *out++ = static_cast<Lum8u>(entryValue(e));
-            br.consume(primary + entryBits(e));
+            // Up to three literals per refill: 56 bits hold three of the longest codes.
+            int n = 0;
+            do {
+                *o++ = static_cast<Lum8u>(entryValue(e));
+                b.consume(primary + entryBits(e));
+                e = lookup(t.litLen, kLitLenBits, b.buf, &primary);
+            } while (++n < 3 && entryKind(e) == kLiteral);
             continue;
         }
         if (entryKind(e) != kBase) {
-            if (entryKind(e) == kInvalid) return Result::Corrupt;
-            br.consume(bits);
-            return Result::Done;
+            if (entryKind(e) == kInvalid) {
+                r = Result::Corrupt;
+                break;
+            }
+            b.consume(bits);
+            r = Result::Done;
+            break;
         }
-        const unsigned len = withExtra(e, br.buf, bits);
-        br.consume(bits + entryExtra(e));
-        const Lum32u d = lookup(t.dist, kDistBits, br.buf, &primary);
-        if (entryKind(d) != kBase) return Result::Corrupt;
+        const unsigned len = withExtra(e, b.buf, bits);
+        b.consume(bits + entryExtra(e));
+        const Lum32u d = lookup(t.dist, kDistBits, b.buf, &primary);
         bits = primary + entryBits(d);
-        const unsigned dist = withExtra(d, br.buf, bits);
-        br.consume(bits + entryExtra(d));
-        if (dist > static_cast<std::size_t>(out - winStart)) return Result::Corrupt;
-        out = copyFast(out, len, dist);
+        const unsigned dist = withExtra(d, b.buf, bits);
+        if (entryKind(d) != kBase || dist > static_cast<std::size_t>(o - winStart)) {
+            r = Result::Corrupt;
+            break;
+        }
+        b.consume(bits + entryExtra(d));
+        o = copyFast(o, len, dist);
     }
-    return Result::More;
+    br = b;
+    out = o;
+    return r;
 }
 
 Result Inflater::copyMatch(unsigned len, unsigned dist) {

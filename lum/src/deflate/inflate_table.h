@@ -22,7 +22,7 @@ inline unsigned entryExtra(Lum32u e) { return (e >> 8) & 0xF; }
 inline EntryKind entryKind(Lum32u e) { return static_cast<EntryKind>((e >> 12) & 0xF); }
 inline unsigned entryValue(Lum32u e) { return e >> 16; }
 
-inline constexpr int kLitLenBits = 10;
+inline constexpr int kLitLenBits = 11;
 inline constexpr int kDistBits = 8;
 inline constexpr int kCodeLenBits = 7;
 // Room for the primary table and one 32-entry second-level table per symbol, more than

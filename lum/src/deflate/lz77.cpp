@@ -22,8 +22,8 @@ struct Level {
 constexpr Level kLevels[10] = {
     {0, 0, 0, 0, false},         {4, 4, 8, 4, false},         {4, 5, 16, 8, false},
     {4, 6, 32, 32, false},       {4, 4, 16, 16, true},        {8, 16, 32, 32, true},
-    {8, 16, 128, 128, true},     {8, 32, 128, 256, true},     {32, 128, 258, 1024, true},
-    {32, 258, 258, 4096, true},
+    {8, 16, 48, 32, true},       {8, 32, 128, 128, true},     {32, 128, 258, 512, true},
+    {32, 258, 258, 1024, true},
 };
 
 // A match of three bytes further back than this costs more bits than its literals.
@@ -114,7 +114,10 @@ private:
         int dist = 0;
         for (;;) {
             const Lum8u* m = win_ + cand;
-            if (m[best] == cur[best] && m[0] == cur[0] && m[1] == cur[1]) {
+            // Only a candidate that agrees at the last bytes of the best length can beat it.
+            const bool promising = best >= 3 ? load32le(m + best - 3) == load32le(cur + best - 3)
+                                             : m[best] == cur[best] && m[0] == cur[0] && m[1] == cur[1];
+            if (promising) {
                 const int len = matchLength(m, cur, limit);
                 if (len > best) {
                     best = len;
