@@ -1,7 +1,10 @@
 // The shared pieces of the data-compression modules: the two measurement kernels
-// (driven by a scripted fake library call) and the corpus loading rule (on files
-// made in a temporary folder).
+// (driven by a scripted fake library call), the corpus loading rule (on files
+// made in a temporary folder), the Huffman tests' symbol stream and the output
+// check with its reference of the inverse BWT.
+#include "dccheck.h"
 #include "dckernels.h"
+#include "dcmodule.h"
 #include "dcparams.h"
 #include "paths.h"
 
@@ -140,4 +143,59 @@ TEST(LoadRule, RepeatedLengthRulePassesOverShortFiles) {
     psPaths::m_inDir = savedIn;
     g_ostrm.setOutLevel(savedMask);
     std::filesystem::remove_all(dir);
+}
+
+// ---------------------------------------------------------------- Huffman symbols
+
+TEST(HuffSymbols, NewMaximaAreLoweredAndTheMaximumEndsTheStream) {
+    struct Case { std::vector<Lum8u> bytes; std::vector<Lum16u> symbols; int max; };
+    const Case cases[] = {
+        {{3, 5, 5, 9, 2}, {2, 4, 5, 8, 9}, 9},
+        {{7, 7, 7}, {6, 7, 7}, 7},
+        {{0, 0}, {0, 0}, 0},     // 0 is never a new maximum
+        {{9, 1, 2}, {8, 1, 9}, 9},
+        {{4}, {4}, 4},           // the only byte is lowered, then replaced by the maximum
+        {{}, {}, 0},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.bytes.size());
+        std::vector<Lum16u> out(c.bytes.size(), 0xFFFF);
+        EXPECT_EQ(c.max, dcHuffSymbols(c.bytes.data(), static_cast<int>(c.bytes.size()), out.data()));
+        EXPECT_EQ(c.symbols, out);
+    }
+}
+
+// ---------------------------------------------------------------- output check
+
+TEST(OutputCompare, SmallestRotationIsWhatInverseBwtGivesForIndexZero) {
+    struct Case { std::string in, out; };
+    const Case cases[] = {
+        {"banana", "abanan"}, {"cabcab", "abcabc"}, {"aaaa", "aaaa"}, {"baaab", "aaabb"},
+        {"x", "x"}, {"", ""}, {"acabababab", "ababababac"},
+    };
+    for (const Case& c : cases) {
+        std::string s = c.in;
+        dcSmallestRotation(reinterpret_cast<unsigned char*>(&s[0]), static_cast<int>(s.size()));
+        EXPECT_EQ(c.out, s) << c.in;
+    }
+}
+
+TEST(OutputCompare, MismatchesAreReportedAsDataFailures) {
+    const OutputLevel savedMask = g_ostrm.getOutLevel();
+    g_ostrm.setOutLevel(0);
+    dcExpected expected;
+    const std::string ref = "reference bytes";
+    EXPECT_EQ(UNDEFINED, expected.compare(ref.data(), 3, "lumsFake_8u"));  // nothing kept: nothing checked
+    expected.set(ref.data(), static_cast<int>(ref.size()));
+    struct Case { std::string out; psResult result; };
+    const Case cases[] = {
+        {"reference bytes", UNDEFINED}, {"reference byteS", DATAFAIL}, {"Reference bytes", DATAFAIL},
+        {"reference byte", DATAFAIL}, {"reference bytes!", DATAFAIL},
+    };
+    for (const Case& c : cases) {
+        psTest::m_currentResult = OK;
+        EXPECT_EQ(c.result, expected.compare(c.out.data(), static_cast<int>(c.out.size()), "lumsFake_8u")) << c.out;
+        EXPECT_EQ(c.result == UNDEFINED ? OK : DATAFAIL, psTest::m_currentResult) << c.out;
+    }
+    g_ostrm.setOutLevel(savedMask);
 }
