@@ -51,7 +51,8 @@ bool buildDecodeTable(Alphabet alphabet, const Lum8u* lengths, int n, Lum32u* ta
     // An unassigned index decodes as invalid once all of its index bits are present.
     std::fill(table, table + (1 << pb), makeEntry(kInvalid, pb, 0, 0));
     unsigned reversed[288];
-    int longest[1 << kLitLenBits] = {};  // per primary index: longest code behind it
+    int longest[1 << kLitLenBits];  // per primary index: longest code behind it
+    std::fill(longest, longest + (1 << pb), 0);
     for (int s = 0; s < n; ++s) {
         const int len = lengths[s];
         if (len == 0) continue;
