@@ -33,7 +33,7 @@ public:
         mprotect(base_ + span_ - page_, page_, PROT_NONE);
         data_ = base_ + span_ - page_ - n;
     }
-    GuardedBuffer(const Bytes& b) : GuardedBuffer(b.size()) { std::memcpy(data_, b.data(), b.size()); }
+    GuardedBuffer(const Bytes& b) : GuardedBuffer(b.size()) { std::copy(b.begin(), b.end(), data_); }
     ~GuardedBuffer() { munmap(base_, span_); }
     Lum8u* data() { return data_; }
 
@@ -92,7 +92,7 @@ void expectBothDecode(const Bytes& stream, const Bytes& original, const std::str
         int len = int(original.size());
         ASSERT_EQ(decode(in.data(), int(stream.size()), out.data(), &len), lumStsNoErr) << what;
         ASSERT_EQ(len, int(original.size())) << what;
-        EXPECT_EQ(0, std::memcmp(out.data(), original.data(), original.size())) << what;
+        EXPECT_TRUE(std::equal(original.begin(), original.end(), out.data())) << what;
     }
 }
 
