@@ -153,20 +153,20 @@ TEST(LZ77, BadArgumentsWriteNothing) {
     struct Case {
         const char* what;
         LumStatus expected;
-        void (*spoil)(const Lum8u**& src, int& srcLen, int& srcIdx, int& winSize, int& hashSize, int& room, int& level,
-                      int& flush);
+        bool nullSrc;
+        int srcLen, srcIdx, winSize, hashSize, room, level, flush;
     };
     const Case cases[] = {
-        {"null source", lumStsNullPtrErr, [](const Lum8u**& s, int&, int&, int&, int&, int&, int&, int&) { s = nullptr; }},
-        {"negative length", lumStsSizeErr, [](const Lum8u**&, int& n, int&, int&, int&, int&, int&, int&) { n = -1; }},
-        {"negative room", lumStsSizeErr, [](const Lum8u**&, int&, int&, int&, int&, int& r, int&, int&) { r = -5; }},
-        {"window not a power of two", lumStsSizeErr, [](const Lum8u**&, int&, int&, int& w, int&, int&, int&, int&) { w = 30000; }},
-        {"window too large", lumStsSizeErr, [](const Lum8u**&, int&, int&, int& w, int&, int&, int&, int&) { w = 65536; }},
-        {"no hash table", lumStsSizeErr, [](const Lum8u**&, int&, int&, int&, int& h, int&, int&, int&) { h = 0; }},
-        {"level 0", lumStsBadArgErr, [](const Lum8u**&, int&, int&, int&, int&, int&, int& l, int&) { l = 0; }},
-        {"level 10", lumStsBadArgErr, [](const Lum8u**&, int&, int&, int&, int&, int&, int& l, int&) { l = 10; }},
-        {"flush 4", lumStsBadArgErr, [](const Lum8u**&, int&, int&, int&, int&, int&, int&, int& f) { f = 4; }},
-        {"index not the pointer's", lumStsBadArgErr, [](const Lum8u**&, int&, int& i, int&, int&, int&, int&, int&) { i = 1; }},
+        {"null source", lumStsNullPtrErr, true, 1000, 0, 32768, 64, 1000, 6, 3},
+        {"negative length", lumStsSizeErr, false, -1, 0, 32768, 64, 1000, 6, 3},
+        {"negative room", lumStsSizeErr, false, 1000, 0, 32768, 64, -5, 6, 3},
+        {"window not a power of two", lumStsSizeErr, false, 1000, 0, 30000, 64, 1000, 6, 3},
+        {"window too large", lumStsSizeErr, false, 1000, 0, 65536, 64, 1000, 6, 3},
+        {"no hash table", lumStsSizeErr, false, 1000, 0, 32768, 0, 1000, 6, 3},
+        {"level 0", lumStsBadArgErr, false, 1000, 0, 32768, 64, 1000, 0, 3},
+        {"level 10", lumStsBadArgErr, false, 1000, 0, 32768, 64, 1000, 10, 3},
+        {"flush 4", lumStsBadArgErr, false, 1000, 0, 32768, 64, 1000, 6, 4},
+        {"index not the pointer's", lumStsBadArgErr, false, 1000, 1, 32768, 64, 1000, 6, 3},
     };
     for (const Case& c : cases) {
         std::vector<Lum32s> head(64, -32768), prev(32768, 0);
@@ -174,40 +174,16 @@ TEST(LZ77, BadArgumentsWriteNothing) {
         Bytes lit(data.size(), 0xEE);
         std::vector<Lum16u> dist(data.size(), 0xEEEE);
         const Lum8u* src = data.data();
-        const Lum8u** pSrc = &src;
-        int srcLen = 1000, srcIdx = 0, winSize = 32768, hashSize = 64, room = 1000, level = 6, flush = 3;
-        c.spoil(pSrc, srcLen, srcIdx, winSize, hashSize, room, level, flush);
-        EXPECT_EQ(lumsDeflateLZ77_8u(pSrc, &srcLen, &srcIdx, data.data(), winSize, head.data(), prev.data(), hashSize,
-                                     litFreq, distFreq, lit.data(), dist.data(), &room, level,
-                                     static_cast<LumLZ77Flush>(flush)),
+        int srcLen = c.srcLen, srcIdx = c.srcIdx, room = c.room;
+        EXPECT_EQ(lumsDeflateLZ77_8u(c.nullSrc ? nullptr : &src, &srcLen, &srcIdx, data.data(), c.winSize, head.data(),
+                                     prev.data(), c.hashSize, litFreq, distFreq, lit.data(), dist.data(), &room,
+                                     c.level, static_cast<LumLZ77Flush>(c.flush)),
                   c.expected)
             << c.what;
         EXPECT_TRUE(std::all_of(lit.begin(), lit.end(), [](Lum8u b) { return b == 0xEE; })) << c.what;
         EXPECT_TRUE(std::all_of(head.begin(), head.end(), [](Lum32s h) { return h == -32768; })) << c.what;
         EXPECT_EQ(std::accumulate(litFreq, litFreq + 286, 0u), 0u) << c.what;
     }
-}
-
-// Known bits: a literal, a match with length and distance extra bits, after pending bits.
-TEST(Huff, WritesCodesAndExtraBitsLsbFirst) {
-    const FixedCodes& codes = fixedCodes();
-    const Lum8u lit[] = {'A', 10 - 3};   // 'A', then length 10
-    const Lum16u dist[] = {0, 7};        // distance 7: code 5, one extra bit 0
-    Bytes out(16, 0);
-    Lum32u code = 0x5;
-    int bits = 3, idx = 0;
-    ASSERT_EQ(lumsDeflateHuff_8u(lit, dist, 2, &code, &bits, codes.lit, codes.dist, out.data(), &idx), lumStsNoErr);
-    // 3 pending + 8 ('A') + 7 (264) + 5 (distance code 5) + 1 extra = 24 bits.
-    Lum64u expect = 0x5;
-    int at = 3;
-    const auto put = [&](unsigned v, int n) { expect |= Lum64u(v) << at; at += n; };
-    put(codes.lit['A'].code, 8);
-    put(codes.lit[264].code, 7);
-    put(codes.dist[5].code, 5);
-    put(0, 1);
-    EXPECT_EQ(idx, 3);
-    EXPECT_EQ(bits, 0);
-    EXPECT_EQ(out[0] | (out[1] << 8) | (out[2] << 16), expect);
 }
 
 TEST(Huff, BadArgumentsWriteNothing) {
