@@ -12,6 +12,7 @@
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
+#include <ctime>
 #include <fstream>
 #include <functional>
 #include <iterator>
@@ -27,16 +28,41 @@ using bz2bench::Bytes;
 
 constexpr size_t kCut = 102400;
 
-// Ticks of one call of `run`.
-double ticks(const std::function<void()>& run) {
+double threadCpuNs() {
+    timespec ts;
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &ts);
+    return double(ts.tv_sec) * 1e9 + double(ts.tv_nsec);
+}
+
+double monotonicNs() {
+    timespec ts;
+    clock_gettime(CLOCK_MONOTONIC, &ts);
+    return double(ts.tv_sec) * 1e9 + double(ts.tv_nsec);
+}
+
+// Time-stamp counter ticks per nanosecond, measured over 100 ms.
+double tscPerNs() {
+    const double t0 = monotonicNs();
+    const unsigned long long c0 = __rdtsc();
+    while (monotonicNs() - t0 < 1e8) {
+    }
+    return double(__rdtsc() - c0) / (monotonicNs() - t0);
+}
+
+// Ticks of one call of `run`. On a busy machine the thread may be descheduled during the
+// call, which the counter would count too; the thread's own processor time, converted
+// to ticks, is then the smaller figure and is taken instead.
+double ticks(const std::function<void()>& run, double ticksPerNs) {
     unsigned aux;
+    const double cpu0 = threadCpuNs();
     _mm_lfence();
     const unsigned long long start = __rdtsc();
     _mm_lfence();
     run();
     const unsigned long long stop = __rdtscp(&aux);
     _mm_lfence();
-    return double(stop - start);
+    const double cpu = (threadCpuNs() - cpu0) * ticksPerNs;
+    return std::min(double(stop - start), cpu);
 }
 
 double geomean(const std::vector<double>& v) {
@@ -92,6 +118,7 @@ int main(int argc, char** argv) {
     std::vector<std::vector<double>> rows;
     std::vector<std::string> sizes;
     bool headerDone = false;
+    const double ticksPerNs = tscPerNs();
     for (const char* file : files) {
         std::ifstream in(corpus + "/" + file, std::ios::binary);
         if (!in) continue;
@@ -128,8 +155,9 @@ int main(int argc, char** argv) {
             {"divbwt", nullptr, [&] { ref.divbwt(); }},
         };
         if (!headerDone) {
-            std::printf("TSC ticks per input byte, best of %d; corpus files cut to %zu bytes; libbz2 with "
-                        "blockSize100k 1\n%-8s", reps, kCut, "file");
+            std::printf("TSC ticks per input byte (%.3f per ns), best of %d (a repetition interrupted by the "
+                        "scheduler counts its thread time);\ncorpus files cut to %zu bytes; libbz2 with "
+                        "blockSize100k 1\n%-8s", ticksPerNs, reps, kCut, "file");
             for (const auto& c : columns) std::printf("%7.7s", c.name);
             std::printf("\n");
             headerDone = true;
@@ -140,7 +168,7 @@ int main(int argc, char** argv) {
         for (int r = 0; r < reps; ++r)
             for (size_t i = 0; i < columns.size(); ++i) {
                 if (columns[i].prepare) columns[i].prepare();
-                row[i] = std::min(row[i], ticks(columns[i].run) / double(data.size()));
+                row[i] = std::min(row[i], ticks(columns[i].run, ticksPerNs) / double(data.size()));
             }
         const bool ok = p.error().empty() && p.roundTripOk() && ref.decompress() &&
                         std::equal(data.begin(), data.end(), ref.restored.begin());

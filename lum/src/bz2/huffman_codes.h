@@ -49,8 +49,8 @@ inline Lum64u loadBE64(const Lum8u* p) {
     std::memcpy(&v, p, sizeof v);
     return __builtin_bswap64(v);
 }
-inline void storeBE32(Lum8u* p, Lum32u v) {
-    v = __builtin_bswap32(v);
+inline void storeBE64(Lum8u* p, Lum64u v) {
+    v = __builtin_bswap64(v);
     std::memcpy(p, &v, sizeof v);
 }
 

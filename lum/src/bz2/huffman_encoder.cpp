@@ -29,28 +29,47 @@ static_assert(sizeof(EncoderHeader) <= kCodeOffset, "header overlaps the tables"
 
 Lum8u* areaOf(LumEncodeHuffState_BZ2* s) { return reinterpret_cast<Lum8u*>(s); }
 
-// Left-aligned public bit buffer <-> right-aligned 64-bit accumulator.
+// The public bit buffer widened to 64 bits, pending bits left-aligned; n stays below 64.
 struct BitWriter {
-    Lum64u acc;
+    Lum64u buf;
     int n;
-    BitWriter(Lum32u code, int bits) : acc(bits ? code >> (32 - bits) : 0), n(bits) {}
-    void put(Lum32u value, int len) {
-        acc = (acc << len) | value;
+    BitWriter(Lum32u code, int bits)
+        : buf(bits ? (static_cast<Lum64u>(code) << 32) & (~Lum64u{0} << (64 - bits)) : 0), n(bits) {}
+    void put(Lum32u value, int len) {  // n + len < 64
+        buf |= static_cast<Lum64u>(value) << (64 - n - len);
         n += len;
+    }
+    // Stores eight bytes and keeps the bits of the last, partial one: needs eight bytes of
+    // room, leaves fewer than 8 bits.
+    Lum8u* flushFast(Lum8u* dst) {
+        storeBE64(dst, buf);
+        const int whole = n >> 3;
+        buf <<= 8 * whole;
+        n &= 7;
+        return dst + whole;
     }
     // Writes whole bytes while there is room; returns the bytes written.
     int drainBytes(Lum8u* dst, int room) {
         int written = 0;
-        while (n >= 8 && written < room) {
-            n -= 8;
-            dst[written++] = static_cast<Lum8u>(acc >> n);
-        }
+        for (; n >= 8 && written < room; n -= 8, buf <<= 8) dst[written++] = static_cast<Lum8u>(buf >> 56);
         return written;
     }
-    Lum32u leftAligned() const {
-        return n ? static_cast<Lum32u>(acc << (32 - n)) : 0;
-    }
+    Lum32u leftAligned() const { return static_cast<Lum32u>(buf >> 32); }  // n <= 32
 };
+
+constexpr int kCounterSets = 4;
+
+// Adds the n symbols to four sets of counters in turn (their sum is the count).
+void countSymbols(const Lum16u* src, int n, Lum32u* f0, Lum32u* f1, Lum32u* f2, Lum32u* f3) {
+    int i = 0;
+    for (; i + 3 < n; i += 4) {
+        ++f0[src[i]];
+        ++f1[src[i + 1]];
+        ++f2[src[i + 2]];
+        ++f3[src[i + 3]];
+    }
+    for (; i < n; ++i) ++f0[src[i]];
+}
 
 // Initial tables as bzip2 makes them: the alphabet is cut into nTables ranges of roughly
 // equal total frequency, and table t gives its range cost 0 and all else cost 15.
@@ -82,7 +101,9 @@ void refine(const Lum16u* src, int nSymbols, int alphaSize, int nTables,
         for (int t = 0; t < nTables; ++t) p |= static_cast<Lum64u>(len[t][v]) << (10 * t);
         packed[v] = p;
     }
-    Lum32u freq[kHuffMaxTables][kHuffMaxAlpha] = {};
+    // Four sets of counters taken in turn: runs of one symbol (common after move-to-front)
+    // then do not wait on the previous increment of the same counter.
+    Lum32u freq[kCounterSets][kHuffMaxTables][kHuffMaxAlpha] = {};
     int sel = 0;
     for (int gs = 0; gs < nSymbols; gs += kHuffGroupSize, ++sel) {
         const int ge = std::min(gs + kHuffGroupSize, nSymbols);
@@ -98,10 +119,12 @@ void refine(const Lum16u* src, int nSymbols, int alphaSize, int nTables,
             }
         }
         selectors[sel] = static_cast<Lum8u>(best);
-        Lum32u* f = freq[best];
-        for (int i = gs; i < ge; ++i) ++f[src[i]];
+        countSymbols(src + gs, ge - gs, freq[0][best], freq[1][best], freq[2][best], freq[3][best]);
     }
-    for (int t = 0; t < nTables; ++t) huffCodeLengths(freq[t], alphaSize, kHuffEncodeMaxLen, len[t]);
+    for (int t = 0; t < nTables; ++t) {
+        for (int v = 0; v < alphaSize; ++v) freq[0][t][v] += freq[1][t][v] + freq[2][t][v] + freq[3][t][v];
+        huffCodeLengths(freq[0][t], alphaSize, kHuffEncodeMaxLen, len[t]);
+    }
 }
 
 // Bits Pack writes for the selectors (in unary after move-to-front) and the tables.
@@ -162,14 +185,15 @@ LumStatus lumsEncodeHuffInit_BZ2_16u8u(int sizeDictionary, const Lum32u* /*freqT
     Lum16u top = 0;
     for (int i = 0; i < srcLen; ++i) top = std::max(top, pSrc[i]);
     if (top >= alphaSize) return lumStsBadArgErr;
-    Lum32u freq[kHuffMaxAlpha] = {};
-    for (int i = 0; i < srcLen; ++i) ++freq[pSrc[i]];
+    Lum32u freq[kCounterSets][kHuffMaxAlpha] = {};
+    countSymbols(pSrc, srcLen, freq[0], freq[1], freq[2], freq[3]);
+    for (int v = 0; v < alphaSize; ++v) freq[0][v] += freq[1][v] + freq[2][v] + freq[3][v];
 
     EncoderHeader h{kEncoderTag, alphaSize, huffTableCount(srcLen), 0, srcLen, 0};
     h.nSelectors = (srcLen + kHuffGroupSize - 1) / kHuffGroupSize;
     Lum8u* area = areaOf(pState);
     Lum8u len[kHuffMaxTables][kHuffMaxAlpha];
-    initialLengths(freq, alphaSize, h.nTables, srcLen, len);
+    initialLengths(freq[0], alphaSize, h.nTables, srcLen, len);
     for (int pass = 0; pass < kHuffRefinePasses; ++pass)
         refine(pSrc, srcLen, alphaSize, h.nTables, len, area + kSelectorOffset);
 
@@ -231,8 +255,8 @@ LumStatus lumsEncodeHuff_BZ2_16u8u(Lum32u* pCode, int* pCodeLenBits, const Lum16
     Lum8u* const dstEnd = pDst + *pDstLen;
     BitWriter w(*pCode, *pCodeLenBits);
     const Lum16u alpha = static_cast<Lum16u>(h.alphaSize);
-    // A whole group with the pending bits fits in 112 bytes.
-    constexpr std::ptrdiff_t kGroupRoom = (32 + kHuffGroupSize * kHuffEncodeMaxLen) / 8 + 4;
+    // A whole group with the pending bits and the last eight-byte store fits in 128 bytes.
+    constexpr std::ptrdiff_t kGroupRoom = (32 + kHuffGroupSize * kHuffEncodeMaxLen) / 8 + 16;
     LumStatus status = lumStsNoErr;
 
     while (src < srcEnd) {
@@ -243,17 +267,16 @@ LumStatus lumsEncodeHuff_BZ2_16u8u(Lum32u* pCode, int* pCodeLenBits, const Lum16
             {kHuffGroupSize - inGroup, h.nSymbols - h.pos, srcEnd - src}));
         int done = 0;
         if (dstEnd - dst >= kGroupRoom) {
+            // Three codes of at most 17 bits fit behind the 7 bits a flush leaves.
+            if (w.n >= 8) dst = w.flushFast(dst);
             for (; done < count; ++done) {
                 const Lum16u sym = src[done];
                 if (sym >= alpha) break;
                 const Lum32u e = loadU32(entries + 4 * sym);
                 w.put(e >> 8, static_cast<int>(e & 0xFF));
-                if (w.n >= 32) {
-                    w.n -= 32;
-                    storeBE32(dst, static_cast<Lum32u>(w.acc >> w.n));
-                    dst += 4;
-                }
+                if (done % 3 == 2) dst = w.flushFast(dst);
             }
+            dst = w.flushFast(dst);
         } else {
             // Near the end of the room: a symbol is coded only if the bits it leaves
             // behind still fit the caller's 32-bit buffer.
