@@ -53,7 +53,21 @@ typedef enum {
     lumBWTAutoSort = 3
 } LumBWTSortAlgorithmHint;
 
-/* First run-length stage: 4 to 255 equal bytes become the 4 bytes and a count byte. */
+/* First run-length stage: 4 to 255 equal bytes become the 4 bytes and a count byte of the
+ * extra repeats (0..251); longer runs are cut every 255 bytes. One work area holds an
+ * encoder and a decoder; lumsEncodeRLEInit_BZ2_8u resets both. A work area not prepared by
+ * it gives lumStsContextMatchErr.
+ * Encode: consumes the source (*ppSrc advances, *pSrcLen counts down to 0); *pDstLen in =
+ * room, out = bytes written. The run in progress stays in the state until a different
+ * byte, more input or the flush ends it. When the room ends with coded bytes still to
+ * write, the call returns lumStsDstFullWrn with the source stopped at the first byte not
+ * consumed; the bytes already due are kept and written first by the next call.
+ * Flush: writes the pending run, same length convention and warning.
+ * In-use table: 1 for every value the encoder has written (count bytes included), else 0.
+ * Decode: any byte sequence is valid (the byte after four equal ones is a count); both
+ * pointers advance and both lengths count down. A run cut by a full destination gives
+ * lumStsDstFullWrn and resumes in the next call; input ending inside a run is no error
+ * (the run continues with the next call's input). */
 LUM_API LumStatus lumsRLEGetSize_BZ2_8u(int* pSize);
 LUM_API LumStatus lumsEncodeRLEInit_BZ2_8u(LumRLEState_BZ2* pState);
 LUM_API LumStatus lumsEncodeRLE_BZ2_8u(Lum8u** ppSrc, int* pSrcLen, Lum8u* pDst, int* pDstLen,
@@ -63,13 +77,31 @@ LUM_API LumStatus lumsRLEGetInUseTable_8u(Lum8u inUse[256], LumRLEState_BZ2* pSt
 LUM_API LumStatus lumsDecodeRLEState_BZ2_8u(Lum8u** ppSrc, int* pSrcLen, Lum8u** ppDst,
                                             int* pDstLen, LumRLEState_BZ2* pState);
 
-/* Dictionary reduction (byte value -> rank among the values in use) and expansion. */
+/* Dictionary reduction: each byte becomes the rank of its value among the values marked
+ * (non-zero) in inUse, order preserved; unmarked values become 0; *pSizeDictionary = the
+ * number marked. Expansion is the inverse through the same table; ranks at or above the
+ * number marked stay as they are. sizeDictionary must be 0..256 (lumStsBadArgErr). */
 LUM_API LumStatus lumsReduceDictionary_8u_I(const Lum8u inUse[256], Lum8u* pSrcDst, int len,
                                             int* pSizeDictionary);
 LUM_API LumStatus lumsExpandDictionary_8u_I(const Lum8u inUse[256], Lum8u* pSrcDst, int len,
                                             int sizeDictionary);
 
-/* Burrows-Wheeler transform of the cyclic rotations (bzip2's). */
+/* Burrows-Wheeler transform of the cyclic rotations (bzip2's): the rotations of the block
+ * sorted, the last column written to pDst, *pIndex = the row of the unrotated block.
+ * Equal rotations (a periodic block) are ordered by start position, so *pIndex is the
+ * first row of its group; every hint gives identical output and index. The hints choose
+ * the sorting algorithm:
+ *   lumBWTItohTanakaLimSort, lumBWTItohTanakaUnlimSort: two-stage suffix sort of the block
+ *     rotated to its least rotation (for a periodic block u^m only the unit is sorted);
+ *   lumBWTSuffixSort: prefix-doubling sort of the rotations;
+ *   lumBWTAutoSort (the plain function): prefix doubling below 2048 bytes, the suffix sort
+ *     above. None is quadratic on runs or periodic data.
+ * Another hint value gives lumStsBadArgErr. pBuff: lumsBWTFwdGetSize_8u(wndSize) bytes for
+ * blocks of up to wndSize bytes, any alignment. pDst may be pSrc. The suffix sorter
+ * allocates 256 KB of bucket tables per call: lumStsMemAllocErr if that fails.
+ * Inverse: pBuff sized by lumsBWTInvGetSize_8u for at least len; any last column and any
+ * index 0..len-1 decode safely (another index: lumStsBadArgErr; len 0: nothing to do);
+ * pDst may be pSrc. Sizes that do not fit an int give lumStsSizeErr. */
 LUM_API LumStatus lumsBWTFwdGetSize_8u(int wndSize, int* pSize);
 LUM_API LumStatus lumsBWTFwd_8u(const Lum8u* pSrc, Lum8u* pDst, int len, int* pIndex,
                                 Lum8u* pBuff);
@@ -79,13 +111,24 @@ LUM_API LumStatus lumsBWTInvGetSize_8u(int wndSize, int* pSize);
 LUM_API LumStatus lumsBWTInv_8u(const Lum8u* pSrc, Lum8u* pDst, int len, int index,
                                 Lum8u* pBuff);
 
-/* Move-to-front; the list persists in the state across calls. */
+/* Move-to-front over a 256-entry list, identity after Init, kept in the state across
+ * calls (streaming). pDst may be pSrc. A state whose list is not a permutation of 0..255
+ * (not prepared by Init) gives lumStsContextMatchErr. */
 LUM_API LumStatus lumsMTFGetSize_8u(int* pSize);
 LUM_API LumStatus lumsMTFInit_8u(LumMTFState_8u* pState);
 LUM_API LumStatus lumsMTFFwd_8u(const Lum8u* pSrc, Lum8u* pDst, int len, LumMTFState_8u* pState);
 LUM_API LumStatus lumsMTFInv_8u(const Lum8u* pSrc, Lum8u* pDst, int len, LumMTFState_8u* pState);
 
-/* Zero-run coding of MTF output (RUNA = 0, RUNB = 1, value v > 0 -> v + 1). */
+/* Zero-run coding of MTF output: a run of zeros becomes its length in bijective base 2,
+ * least significant digit first (RUNA = 0 weighs 1, RUNB = 1 weighs 2); a value v > 0
+ * becomes v + 1. No end-of-block symbol is written.
+ * Encode: *ppSrc advances, *pSrcLen counts down; *pDstLen in = room in symbols, out =
+ * symbols written; freqTable is overwritten with the count of each symbol written. A run
+ * ends with the source. Runs and values are coded whole: when the next one does not fit,
+ * lumStsDstFullWrn with the source at its start.
+ * Decode: the inverse, same conventions (*pDstLen out = bytes written); a run that does not
+ * fit gives lumStsDstFullWrn with the source at the run's first digit; a symbol above 256,
+ * or a run longer than 2^31 - 1, gives lumStsCorruptDataErr with the source at it. */
 LUM_API LumStatus lumsEncodeZ1Z2_BZ2_8u16u(Lum8u** ppSrc, int* pSrcLen, Lum16u* pDst,
                                            int* pDstLen, Lum32u freqTable[258]);
 LUM_API LumStatus lumsDecodeZ1Z2_BZ2_16u8u(Lum16u** ppSrc, int* pSrcLen, Lum8u* pDst,
@@ -148,7 +191,12 @@ LUM_API LumStatus lumsDecodeHuff_BZ2_8u16u(Lum32u* pCode, int* pCodeLenBits, con
                                            int* pSrcLen, Lum16u* pDst, int* pDstLen,
                                            LumDecodeHuffState_BZ2* pState);
 
-/* Z1Z2 decoding, inverse MTF, inverse BWT and dictionary expansion of one block. */
+/* Z1Z2 decoding, inverse MTF from a fresh list, inverse BWT with index and dictionary
+ * expansion of one block (without its end-of-block symbol), in pDst: the block's
+ * first-stage RLE data. *pDstLen in = room, out = bytes written. pBuff: sized by
+ * lumsBWTInvGetSize_8u for the room. sizeDictionary 1..256 (else lumStsBadArgErr).
+ * lumStsCorruptDataErr: a symbol above sizeDictionary, an index outside the decoded block,
+ * a run too long; lumStsSizeErr: the block is larger than the room. */
 LUM_API LumStatus lumsDecodeBlock_BZ2_16u8u(const Lum16u* pSrc, int srcLen, Lum8u* pDst,
                                             int* pDstLen, int index, int sizeDictionary,
                                             const Lum8u inUse[256], Lum8u* pBuff);
