@@ -2,8 +2,8 @@
 // stop at a full destination or at the end of its source and resume in a later call.
 //
 // Each Huffman block runs a fast loop while at least 8 input bytes and kFastRoom output
-// bytes remain (one 64-bit refill per symbol, matches copied in 8-byte words that may run
-// a few bytes past the match), and a careful loop that decodes one whole symbol at a time
+// bytes remain (one 64-bit refill per match or up to three literals, matches copied in
+// 8- or 16-byte steps that may run a few bytes past the match), and a careful loop that decodes one whole symbol at a time
 // near the ends of the buffers.
 #include <algorithm>
 #include <cstdint>
@@ -19,7 +19,7 @@ namespace {
 constexpr Lum32u kRedecodeFlag = 0x80000000u;
 // State word 2 of a stored block whose LEN and NLEN are still to be read.
 constexpr Lum32u kStoredLenUnread = 0xFFFFFFFFu;
-constexpr std::ptrdiff_t kFastRoom = kMaxMatch + 8;
+constexpr std::ptrdiff_t kFastRoom = kMaxMatch + 16;
 
 inline Lum64u lowBits(unsigned n) { return n >= 64 ? ~Lum64u{0} : (Lum64u{1} << n) - 1; }
 
@@ -93,38 +93,42 @@ private:
     Result copyMatch(unsigned len, unsigned dist);
 };
 
-// Primary lookup and, for a long code, its second-level entry; *primary receives the bits
-// of the primary index when a link was followed.
-inline Lum32u lookup(const Lum32u* table, int bits, Lum64u buf, unsigned* primary) {
-    Lum32u e = table[buf & ((1u << bits) - 1)];
-    *primary = 0;
-    if (entryKind(e) == kLink) {
-        *primary = static_cast<unsigned>(bits);
-        e = table[entryValue(e) + ((buf >> bits) & ((1u << entryExtra(e)) - 1))];
-    }
-    return e;
+// The entry for the next code in buf: the primary entry or, for a long code, the entry of
+// its second-level table (which holds the whole code length).
+inline Lum32u lookup(const Lum32u* table, int bits, Lum64u buf) {
+    const Lum32u e = table[buf & ((1u << bits) - 1)];
+    if (entryKind(e) != kLink) return e;
+    return table[entryValue(e) + ((buf >> bits) & ((1u << entryBits(e)) - 1))];
 }
 
 // A value with extra bits: the entry's base plus the extra bits after its code.
-inline unsigned withExtra(Lum32u e, Lum64u buf, unsigned codeBits) {
-    return entryValue(e) + static_cast<unsigned>((buf >> codeBits) & ((1u << entryExtra(e)) - 1));
+inline unsigned withExtra(Lum32u e, Lum64u buf) {
+    return entryValue(e) + static_cast<unsigned>((buf & ((Lum64u{1} << entryTotal(e)) - 1)) >> entryBits(e));
 }
 
-// Copies a match with 8-byte words; may write up to 7 bytes past its end.
+// Copies a match in 16- or 8-byte steps; may write up to 15 bytes past its end.
 inline Lum8u* copyFast(Lum8u* out, unsigned len, unsigned dist) {
     const Lum8u* src = out - dist;
-    Lum8u* end = out + len;
-    if (dist >= 8) {
+    Lum8u* const end = out + len;
+    if (dist >= 16) {
+        do {
+            std::memcpy(out, src, 16);
+            out += 16;
+            src += 16;
+        } while (out < end);
+    } else if (dist >= 8) {
         do {
             store64le(out, load64le(src));
-            out += 8;
-            src += 8;
+            store64le(out + 8, load64le(src + 8));
+            out += 16;
+            src += 16;
         } while (out < end);
     } else if (dist == 1) {
         const Lum64u v = 0x0101010101010101ull * *src;
         do {
             store64le(out, v);
-            out += 8;
+            store64le(out + 8, v);
+            out += 16;
         } while (out < end);
     } else {
         // Each overlapping word store leaves `dist` more bytes of the repeating pattern.
@@ -137,48 +141,58 @@ inline Lum8u* copyFast(Lum8u* out, unsigned len, unsigned dist) {
     return end;
 }
 
+// The fast loop keeps the entry of the next code decoded ahead. A refill leaves all 64
+// bits of the buffer holding stream bits (at least 56 of them counted), and a symbol takes
+// at most 48 (length code, its extra bits, distance code, its extra bits) or three literals
+// at most 45, so the 15 bits of the next lookup are always there before the next refill.
 Result Inflater::fastLoop(const Tables& t) {
     // Locals, not members: byte stores could otherwise alias the reader and the pointers.
     BitReader b = br;
     Lum8u* o = out;
     const Lum8u* const oEnd = outEnd - kFastRoom;
     const Lum8u* const iEnd = b.inEnd - 8;
+    if (b.in > iEnd || o > oEnd) return Result::More;
+    b.refillFast();
+    Lum32u e = lookup(t.litLen, kLitLenBits, b.buf);
     Result r = Result::More;
-    while (b.in <= iEnd && o <= oEnd) {
-        b.refillFast();
-        unsigned primary;
-        Lum32u e = lookup(t.litLen, kLitLenBits, b.buf, &primary);
-        unsigned bits = primary + entryBits(e);
+    for (;;) {
         if (entryKind(e) == kLiteral) {
-            // Up to three literals per refill: 56 bits hold three of the longest codes.
-            int n = 0;
-            do {
+            *o++ = static_cast<Lum8u>(entryValue(e));
+            b.consume(entryTotal(e));
+            e = lookup(t.litLen, kLitLenBits, b.buf);
+            if (entryKind(e) == kLiteral) {
                 *o++ = static_cast<Lum8u>(entryValue(e));
-                b.consume(primary + entryBits(e));
-                e = lookup(t.litLen, kLitLenBits, b.buf, &primary);
-            } while (++n < 3 && entryKind(e) == kLiteral);
-            continue;
-        }
-        if (entryKind(e) != kBase) {
-            if (entryKind(e) == kInvalid) {
+                b.consume(entryTotal(e));
+                e = lookup(t.litLen, kLitLenBits, b.buf);
+                if (entryKind(e) == kLiteral) {
+                    *o++ = static_cast<Lum8u>(entryValue(e));
+                    b.consume(entryTotal(e));
+                    e = lookup(t.litLen, kLitLenBits, b.buf);
+                }
+            }
+        } else if (entryKind(e) == kBase) {
+            const unsigned len = withExtra(e, b.buf);
+            b.consume(entryTotal(e));
+            const Lum32u d = lookup(t.dist, kDistBits, b.buf);
+            const unsigned dist = withExtra(d, b.buf);
+            if (entryKind(d) != kBase || dist > static_cast<std::size_t>(o - winStart)) {
                 r = Result::Corrupt;
                 break;
             }
-            b.consume(bits);
-            r = Result::Done;
+            b.consume(entryTotal(d));
+            e = lookup(t.litLen, kLitLenBits, b.buf);
+            o = copyFast(o, len, dist);
+        } else {
+            if (entryKind(e) == kEndCode) {
+                b.consume(entryBits(e));
+                r = Result::Done;
+            } else {
+                r = Result::Corrupt;
+            }
             break;
         }
-        const unsigned len = withExtra(e, b.buf, bits);
-        b.consume(bits + entryExtra(e));
-        const Lum32u d = lookup(t.dist, kDistBits, b.buf, &primary);
-        bits = primary + entryBits(d);
-        const unsigned dist = withExtra(d, b.buf, bits);
-        if (entryKind(d) != kBase || dist > static_cast<std::size_t>(o - winStart)) {
-            r = Result::Corrupt;
-            break;
-        }
-        b.consume(bits + entryExtra(d));
-        o = copyFast(o, len, dist);
+        if (b.in > iEnd || o > oEnd) break;
+        b.refillFast();
     }
     br = b;
     out = o;
@@ -208,10 +222,8 @@ Result Inflater::copyPending() {
 // One whole symbol, or nothing when its bits are not all in the source.
 Result Inflater::slowSymbol(const Tables& t) {
     br.refill();
-    unsigned primary;
-    const Lum32u e = lookup(t.litLen, kLitLenBits, br.buf, &primary);
-    const unsigned bits = primary + entryBits(e);
-    if (bits > br.cnt) return Result::SrcEnd;
+    const Lum32u e = lookup(t.litLen, kLitLenBits, br.buf);
+    if (entryBits(e) > br.cnt) return Result::SrcEnd;
     switch (entryKind(e)) {
     case kLiteral:
         if (skip > 0) {
@@ -220,27 +232,26 @@ Result Inflater::slowSymbol(const Tables& t) {
             if (out == outEnd) return Result::DstFull;
             *out++ = static_cast<Lum8u>(entryValue(e));
         }
-        br.consume(bits);
+        br.consume(entryBits(e));
         return Result::More;
     case kEndCode:
-        br.consume(bits);
+        br.consume(entryBits(e));
         return Result::Done;
     case kBase:
         break;
     default:
         return Result::Corrupt;
     }
-    const unsigned lenBits = bits + entryExtra(e);
+    const unsigned lenBits = entryTotal(e);
     if (lenBits > br.cnt) return Result::SrcEnd;
     const Lum64u rest = br.buf >> lenBits;
-    const Lum32u d = lookup(t.dist, kDistBits, rest, &primary);
-    const unsigned dBits = primary + entryBits(d);
-    if (lenBits + dBits > br.cnt) return Result::SrcEnd;
+    const Lum32u d = lookup(t.dist, kDistBits, rest);
+    if (lenBits + entryBits(d) > br.cnt) return Result::SrcEnd;
     if (entryKind(d) != kBase) return Result::Corrupt;
-    if (lenBits + dBits + entryExtra(d) > br.cnt) return Result::SrcEnd;
-    const unsigned len = withExtra(e, br.buf, bits);
-    const unsigned dist = withExtra(d, rest, dBits);
-    br.consume(lenBits + dBits + entryExtra(d));
+    if (lenBits + entryTotal(d) > br.cnt) return Result::SrcEnd;
+    const unsigned len = withExtra(e, br.buf);
+    const unsigned dist = withExtra(d, rest);
+    br.consume(lenBits + entryTotal(d));
     return copyMatch(len, dist);
 }
 

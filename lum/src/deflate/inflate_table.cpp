@@ -10,7 +10,7 @@ int primaryBits(Alphabet a) {
     return a == Alphabet::LitLen ? kLitLenBits : a == Alphabet::Dist ? kDistBits : kCodeLenBits;
 }
 
-// The entry of symbol s without its code bits.
+// The entry of symbol s without its code bits (a code of length len adds len * 0x101).
 Lum32u symbolEntry(Alphabet a, int s) {
     switch (a) {
     case Alphabet::LitLen:
@@ -58,7 +58,7 @@ bool buildDecodeTable(Alphabet alphabet, const Lum8u* lengths, int n, Lum32u* ta
         if (len == 0) continue;
         reversed[s] = reverseBits(next[len]++, len);
         if (len <= pb) {
-            const Lum32u e = symbolEntry(alphabet, s) | static_cast<Lum32u>(len);
+            const Lum32u e = symbolEntry(alphabet, s) + static_cast<Lum32u>(len) * 0x101;
             for (unsigned i = reversed[s]; i < (1u << pb); i += 1u << len) table[i] = e;
         } else {
             int& l = longest[reversed[s] & ((1u << pb) - 1)];
@@ -74,12 +74,12 @@ bool buildDecodeTable(Alphabet alphabet, const Lum8u* lengths, int n, Lum32u* ta
         const int sub = longest[prefix] - pb;
         if (entryKind(table[prefix]) != kLink) {
             if (used + (1 << sub) > capacity) return false;
-            table[prefix] = makeEntry(kLink, pb, sub, used);
-            std::fill(table + used, table + used + (1 << sub), makeEntry(kInvalid, sub, 0, 0));
+            table[prefix] = makeEntry(kLink, static_cast<unsigned>(sub), 0, static_cast<unsigned>(used));
+            std::fill(table + used, table + used + (1 << sub), makeEntry(kInvalid, pb + sub, 0, 0));
             used += 1 << sub;
         }
         Lum32u* subTable = table + entryValue(table[prefix]);
-        const Lum32u e = symbolEntry(alphabet, s) | static_cast<Lum32u>(len - pb);
+        const Lum32u e = symbolEntry(alphabet, s) + static_cast<Lum32u>(len) * 0x101;
         for (unsigned i = reversed[s] >> pb; i < (1u << sub); i += 1u << (len - pb)) subTable[i] = e;
     }
     return true;

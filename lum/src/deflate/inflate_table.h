@@ -8,17 +8,19 @@
 
 namespace lum::deflate {
 
-// One table entry: bits 0..7 the code bits it consumes (a second-level entry: the bits
-// after the primary index), bits 8..11 the extra bits that follow (a link: the index bits
-// of its second-level table), bits 12..15 the kind, bits 16..31 the value (literal byte,
-// length or distance base, or a link's table offset).
+// One table entry: bits 0..7 all the bits it consumes (its code and the extra bits that
+// follow), bits 8..11 the code length (a link: the index bits of its second-level table),
+// bits 12..15 the kind, bits 16..31 the value (literal byte, length or distance base, or a
+// link's table offset). Second-level entries hold the whole code length, so a decoder
+// consumes the same way whichever level an entry came from.
 enum EntryKind : Lum32u { kLiteral = 0, kBase = 1, kEndCode = 2, kLink = 3, kInvalid = 4 };
 
 constexpr Lum32u makeEntry(EntryKind kind, unsigned codeBits, unsigned extra, unsigned value) {
-    return (Lum32u{value} << 16) | (Lum32u{kind} << 12) | (extra << 8) | codeBits;
+    return (Lum32u{value} << 16) | (Lum32u{kind} << 12) | (codeBits << 8) | (codeBits + extra);
 }
-inline unsigned entryBits(Lum32u e) { return e & 0xFF; }
-inline unsigned entryExtra(Lum32u e) { return (e >> 8) & 0xF; }
+inline unsigned entryBits(Lum32u e) { return (e >> 8) & 0xF; }
+inline unsigned entryTotal(Lum32u e) { return e & 0xFF; }
+inline unsigned entryExtra(Lum32u e) { return entryTotal(e) - entryBits(e); }
 inline EntryKind entryKind(Lum32u e) { return static_cast<EntryKind>((e >> 12) & 0xF); }
 inline unsigned entryValue(Lum32u e) { return e >> 16; }
 
