@@ -113,6 +113,14 @@ Lum64u largestDataCache(const CacheSources& src) {
     return size;
 }
 
+// The host's answer is read once; a simulated one on every call.
+Lum64u currentAnswer() {
+    const CacheSources* sources = g_sources.load(std::memory_order_acquire);
+    if (sources != &kHostSources) return largestDataCache(*sources);
+    static const Lum64u hostSize = largestDataCache(kHostSources);
+    return hostSize;
+}
+
 void simulateCacheSources(const CacheSources* sources) {
     g_sources.store(sources != nullptr ? sources : &kHostSources, std::memory_order_release);
 }
@@ -147,7 +155,7 @@ Lum64u osLargestCache() {
 
 extern "C" LumStatus lumGetMaxCacheSizeB(int* pSizeBytes) {
     if (pSizeBytes == nullptr) return lumStsNullPtrErr;
-    const Lum64u size = lum::largestDataCache(*lum::g_sources.load(std::memory_order_acquire));
+    const Lum64u size = lum::currentAnswer();
     constexpr Lum64u kIntMax = 0x7FFFFFFF;
     *pSizeBytes = static_cast<int>(std::min(size, kIntMax));
     return size == 0 ? lumStsCpuNotSupportedErr : lumStsNoErr;

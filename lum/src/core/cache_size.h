@@ -28,6 +28,10 @@ LUM_INTERNAL Lum64u largestDataCache(const CacheSources& sources);
 // The sources must outlive their use.
 LUM_INTERNAL void simulateCacheSources(const CacheSources* sources);
 
+// lumGetMaxCacheSizeB's answer in bytes: from the sources in force (the host's are
+// read once and remembered).
+LUM_INTERNAL Lum64u currentAnswer();
+
 // The operating system's answer: the largest of the sysconf cache sizes and of the
 // sysfs entries of the first processor.
 LUM_INTERNAL Lum64u osLargestCache();

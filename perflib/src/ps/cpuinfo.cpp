@@ -305,10 +305,8 @@ psHostFacts psHostFacts::gather()
     f.features = psCpuFeatures::detected();
     // The library's answer, else the framework's own detection.
     int cache = 0;
-    if (!lum_GetMaxCacheSizeB || lum_GetMaxCacheSizeB(&cache) != 0 || cache <= 0) {
-        cache = 0;
-        if (lum_GetMaxCacheSizeB != ps_lumGetMaxCacheSizeB && ps_lumGetMaxCacheSizeB(&cache) != 0) cache = 0;
-    }
+    const bool answered = lum_GetMaxCacheSizeB && lum_GetMaxCacheSizeB(&cache) == 0 && cache > 0;
+    if (!answered && ps_lumGetMaxCacheSizeB(&cache) != 0) cache = 0;
     f.cacheBytes = cache;
     const int freq = psCpuTicker::getFreq();
     f.freqMHz = freq > 0 ? static_cast<unsigned>(freq) : 0;
