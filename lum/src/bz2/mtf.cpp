@@ -22,15 +22,31 @@ bool loadList(const LumMTFState_8u* pState, MtfRecord& st) {
     return true;
 }
 
-// Moves list[r] to the front.
+// Moves list[r] to the front. On little-endian hosts the list moves eight entries at a
+// time: each word below r is shifted up one byte taking the top byte of the word before,
+// and the word holding r is shifted only up to r.
 inline void moveToFront(Lum8u* list, int r) {
     const Lum8u c = list[r];
-    if (r < 16) {
-        for (int k = r; k > 0; --k) list[k] = list[k - 1];
-    } else {
-        std::memmove(list + 1, list, static_cast<size_t>(r));
+#if defined(__BYTE_ORDER__) && __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__
+    Lum64u carry = c;
+    int k = 0;
+    for (; k + 8 <= r; k += 8) {
+        Lum64u w;
+        std::memcpy(&w, list + k, 8);
+        const Lum64u moved = w << 8 | carry;
+        std::memcpy(list + k, &moved, 8);
+        carry = w >> 56;
     }
+    Lum64u w;
+    std::memcpy(&w, list + k, 8);
+    const int o = r - k;  // 0..7
+    const Lum64u upToR = o == 7 ? ~0ull : (1ull << (8 * (o + 1))) - 1;
+    const Lum64u moved = ((w << 8 | carry) & upToR) | (w & ~upToR);
+    std::memcpy(list + k, &moved, 8);
+#else
+    std::memmove(list + 1, list, static_cast<size_t>(r));
     list[0] = c;
+#endif
 }
 
 // Position of c in the list (a permutation, so it is there), searched a word at a time.

@@ -66,6 +66,50 @@ bool endRun(RleRecord& st, Lum8u* pDst, int room, int& out) {
     return drainPending(st, pDst, room, out);
 }
 
+// Codes src[0..n) after the run in progress; returns the bytes consumed. Runs are coded
+// straight into pDst while 5 bytes of room are left (four copies stored as one word, then
+// the count); nearer the end endRun goes through the pending bytes. Sets full when the
+// room ran out with bytes still due.
+int encodeRuns(RleRecord& st, const Lum8u* src, int n, Lum8u* pDst, int room, int& out,
+               bool& full) {
+    int ch = st.runCh, len = st.runLen, i = 0;
+    while (i < n) {
+        const int c = src[i];
+        if (c == ch && len < 255) {
+            ++len;
+            ++i;
+            continue;
+        }
+        if (ch >= 0) {
+            if (room - out >= 5) {
+                const Lum32u four = 0x01010101u * static_cast<Lum32u>(ch);
+                std::memcpy(pDst + out, &four, 4);
+                st.inUse[ch] = 1;
+                if (len < 4) {
+                    out += len;
+                } else {
+                    pDst[out + 4] = static_cast<Lum8u>(len - 4);
+                    st.inUse[len - 4] = 1;
+                    out += 5;
+                }
+            } else {
+                st.runCh = ch;
+                st.runLen = len;
+                if (!endRun(st, pDst, room, out)) {
+                    full = true;
+                    return i;
+                }
+            }
+        }
+        ch = c;
+        len = 1;
+        ++i;
+    }
+    st.runCh = ch;
+    st.runLen = len;
+    return i;
+}
+
 }  // namespace
 }  // namespace lum::bz2
 
@@ -102,23 +146,7 @@ LumStatus lumsEncodeRLE_BZ2_8u(Lum8u** ppSrc, int* pSrcLen, Lum8u* pDst, int* pD
     const int n = *pSrcLen, room = *pDstLen;
     int i = 0, out = 0;
     bool full = !lum::bz2::drainPending(st, pDst, room, out);
-    while (!full && i < n) {
-        const int c = src[i];
-        if (c == st.runCh) {
-            int len = st.runLen;
-            while (i < n && src[i] == c && len < 255) ++len, ++i;
-            st.runLen = len;
-            if (len < 255) continue;
-        }
-        // A different byte, or a run at its longest: the run in progress ends here.
-        if (!lum::bz2::endRun(st, pDst, room, out)) {
-            full = true;
-            break;
-        }
-        if (i == n) break;
-        st.runCh = src[i++];
-        st.runLen = 1;
-    }
+    if (!full) i = lum::bz2::encodeRuns(st, src, n, pDst, room, out, full);
     *ppSrc += i;
     *pSrcLen = n - i;
     *pDstLen = out;
