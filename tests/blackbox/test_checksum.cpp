@@ -39,7 +39,7 @@ protected:
 }  // namespace
 
 TEST_F(ChecksumRun, ManualTimingFillsTheTableAndTheSummary) {
-    RunResult r = box.run({"-B", "-flums", "-dMethod=Manual", "-dNumLoops=3", "-r", "-u"});
+    RunResult r = box.run({"-B", "-mp_dcchecksum_ia", "-dMethod=Manual", "-dNumLoops=3", "-r", "-u"});
     ASSERT_EQ(0, r.exitCode) << r.output;
     EXPECT_EQ(0, r.count("duplicate lines")) << r.output;
 
