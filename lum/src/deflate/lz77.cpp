@@ -77,7 +77,7 @@ public:
             three = h3;
             h3 = pos;
         }
-        Lum32s& h = head_[((key * 0x9E3779B1u) * hashSize_) >> 32];
+        Lum32s& h = head_[slot(key)];
         const Lum32s old = h;
         if (old == pos) return {prev_[pos & mask_], three};
         h = pos;
@@ -105,10 +105,15 @@ public:
     }
 
 private:
+    std::size_t slot(Lum32u key) const { return ((key * 0x9E3779B1u) * hashSize_) >> 32; }
+
     Match longestInChain(int pos, Lum32s cand, int best, int limit) const {
         if (!usable(cand, pos, pos)) return {best, 0};
+        // A pending match already found needs a shorter search to be beaten: half the
+        // chain, a quarter once it is good.
         int chain = level_.chain;
         if (best >= level_.good) chain >>= 2;
+        else if (best >= kMinMatch) chain >>= 1;
         const int nice = std::min(level_.nice, limit);
         const Lum8u* cur = win_ + pos;
         int dist = 0;

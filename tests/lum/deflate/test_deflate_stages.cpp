@@ -216,4 +216,41 @@ TEST(Huff, BadArgumentsWriteNothing) {
     EXPECT_EQ(bits, 0);
 }
 
+// Long calls store whole words ahead of the output; one call per symbol never does. Both
+// must give the same bytes, and nothing may land past the last byte of the long call.
+TEST(Huff, LongCallsMatchSymbolBySymbolAndStayInTheirOutput) {
+    FixedCodes oneBit = fixedCodes(), zeroBit = fixedCodes();
+    for (int s = 0; s < 256; ++s) oneBit.lit[s] = {Lum16u(s & 1), 1};
+    zeroBit.lit['a'] = {0, 0};
+    const FixedCodes* tables[] = {&fixedCodes(), &oneBit, &zeroBit};
+    std::mt19937 rng(7);
+    for (const FixedCodes* codes : tables) {
+        std::vector<Lum8u> lit(3000);
+        std::vector<Lum16u> dist(lit.size());
+        for (size_t i = 0; i < lit.size(); ++i) {
+            lit[i] = rng() % 4 == 0 ? Lum8u('a') : Lum8u(rng());
+            dist[i] = rng() % 3 == 0 ? Lum16u(1 + rng() % 32768) : 0;
+        }
+        Bytes expected(lit.size() * 8, 0);
+        Lum32u code = 5;
+        int bits = 3, idx = 0;
+        for (size_t i = 0; i < lit.size(); ++i)
+            ASSERT_EQ(lumsDeflateHuff_8u(&lit[i], &dist[i], 1, &code, &bits, codes->lit, codes->dist,
+                                         expected.data(), &idx), lumStsNoErr);
+        expected.resize(size_t(idx));
+        const Lum32u expectedCode = code;
+        const int expectedBits = bits;
+
+        Bytes out(expected.size() + 16, 0xEE);
+        code = 5, bits = 3, idx = 0;
+        ASSERT_EQ(lumsDeflateHuff_8u(lit.data(), dist.data(), int(lit.size()), &code, &bits, codes->lit, codes->dist,
+                                     out.data(), &idx), lumStsNoErr);
+        ASSERT_EQ(size_t(idx), expected.size());
+        EXPECT_TRUE(std::equal(expected.begin(), expected.end(), out.begin()));
+        EXPECT_TRUE(std::all_of(out.begin() + idx, out.end(), [](Lum8u b) { return b == 0xEE; }));
+        EXPECT_EQ(code, expectedCode);
+        EXPECT_EQ(bits, expectedBits);
+    }
+}
+
 }  // namespace
