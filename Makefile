@@ -14,15 +14,23 @@ corpus_complete = (for f in $(CORPUS_FILES); do [ -f "$(1)/$$f" ] || exit 1; don
 
 PACKAGES = cmake make g++ pkg-config libgtest-dev zlib1g-dev libbz2-dev \
            liblzo2-dev libdeflate-dev libdivsufsort-dev \
-           libcli11-dev libfmt-dev
+           libcli11-dev libfmt-dev curl ca-certificates
+# Only the tests need these: headless Chromium opens the report tool's page.
+TEST_PACKAGES = chromium
 SUDO := $(shell [ "$$(id -u)" = 0 ] || echo sudo)
 
-.PHONY: all deps build bench test test-plain test-sanitize corpus clean
+.PHONY: all deps test-deps install-packages build bench test test-plain test-sanitize corpus clean
 
 all: build
 
 deps:
-	@missing=""; for p in $(PACKAGES); do dpkg -s $$p >/dev/null 2>&1 || missing="$$missing $$p"; done; \
+	@$(MAKE) --no-print-directory install-packages LIST="$(PACKAGES)"
+
+test-deps: deps
+	@$(MAKE) --no-print-directory install-packages LIST="$(TEST_PACKAGES)"
+
+install-packages:
+	@missing=""; for p in $(LIST); do dpkg -s $$p >/dev/null 2>&1 || missing="$$missing $$p"; done; \
 	if [ -n "$$missing" ]; then \
 	  echo "Installing:$$missing"; \
 	  $(SUDO) apt-get update -q && DEBIAN_FRONTEND=noninteractive $(SUDO) apt-get install -y -q --no-install-recommends $$missing; \
@@ -53,11 +61,11 @@ bench: build
 
 test: test-plain test-sanitize
 
-test-plain: build
+test-plain: build test-deps
 	cd $(BUILD) && ctest --output-on-failure -j$(JOBS)
 
 # The same suites built with the address and undefined-behaviour sanitizers.
-test-sanitize: deps
+test-sanitize: test-deps
 	cmake -S . -B $(ASAN_BUILD) -DCMAKE_BUILD_TYPE=Debug -DPERFDC_SANITIZE=address,undefined \
 	      -DPERFDC_BUILD_TOOLS=OFF -DPERFDC_CORPUS_DIR=$(CORPUS)
 	cmake --build $(ASAN_BUILD) -j$(JOBS)
