@@ -23,7 +23,7 @@ constexpr Level kLevels[10] = {
     {0, 0, 0, 0, false},         {4, 4, 8, 2, false},         {4, 5, 16, 8, false},
     {4, 6, 32, 32, false},       {4, 4, 16, 16, true},        {8, 16, 32, 32, true},
     {8, 16, 32, 12, true},       {8, 32, 128, 128, true},     {32, 128, 258, 512, true},
-    {32, 258, 258, 768, true},
+    {32, 258, 258, 640, true},
 };
 
 // A match of three bytes further back than this costs more bits than its literals.
