@@ -3,32 +3,15 @@
 // read back with the lum unpack, Huffman, block and RLE decoders; on the corpus and on
 // edge inputs.
 #include <bzlib.h>
-#include <gtest/gtest.h>
 
-#include <algorithm>
-#include <fstream>
-#include <iterator>
-#include <random>
-#include <string>
-#include <vector>
-
-#include "lumdc.h"
+#include "test_bz2_common.h"
 
 namespace {
 
-using Bytes = std::vector<Lum8u>;
-using Symbols = std::vector<Lum16u>;
+using namespace bz2test;
 
 constexpr Lum32u kBlockMagicHi = 0x314159, kBlockMagicLo = 0x265359;
 constexpr Lum32u kEndMagicHi = 0x177245, kEndMagicLo = 0x385090;
-
-// A work area of the size a GetSize function reports.
-template <typename T>
-struct Area {
-    Bytes bytes;
-    explicit Area(int size) : bytes(static_cast<size_t>(std::max(size, 1))) {}
-    T* get() { return reinterpret_cast<T*>(bytes.data()); }
-};
 
 Lum32u blockCrc(const Lum8u* p, size_t n) {
     Lum32u crc = 0;
@@ -70,59 +53,23 @@ struct BitSink {
     }
 };
 
-// One block: RLE, in-use table, reduction, BWT, MTF, Z1Z2 and the end-of-block symbol,
-// Huffman coding behind the block header.
-void writeBlock(Bytes block, BitSink& sink, Lum32u& combined) {
+// One block: the forward chain and the end-of-block symbol, Huffman coded behind the block
+// header.
+void writeBlock(const Bytes& block, BitSink& sink, Lum32u& combined) {
     const Lum32u crc = blockCrc(block.data(), block.size());
     combined = combineCrc(combined, crc);
-
-    int size = 0;
-    ASSERT_EQ(lumsRLEGetSize_BZ2_8u(&size), lumStsNoErr);
-    Area<LumRLEState_BZ2> rle(size);
-    ASSERT_EQ(lumsEncodeRLEInit_BZ2_8u(rle.get()), lumStsNoErr);
-    Bytes data(block.size() * 5 / 4 + 16);
-    Lum8u* src = block.data();
-    int srcLen = int(block.size());
-    int len = int(data.size());
-    ASSERT_EQ(lumsEncodeRLE_BZ2_8u(&src, &srcLen, data.data(), &len, rle.get()), lumStsNoErr);
-    int flushed = int(data.size()) - len;
-    ASSERT_EQ(lumsEncodeRLEFlush_BZ2_8u(data.data() + len, &flushed, rle.get()), lumStsNoErr);
-    const int n = len + flushed;
-    data.resize(size_t(n));
-
-    Lum8u inUse[256];
-    ASSERT_EQ(lumsRLEGetInUseTable_8u(inUse, rle.get()), lumStsNoErr);
-    int sizeDictionary = 0;
-    ASSERT_EQ(lumsReduceDictionary_8u_I(inUse, data.data(), n, &sizeDictionary), lumStsNoErr);
-
-    ASSERT_EQ(lumsBWTFwdGetSize_8u(n, &size), lumStsNoErr);
-    Area<Lum8u> bwtBuff(size);
-    Bytes bwt(static_cast<size_t>(n)), mtf(static_cast<size_t>(n));
-    int index = 0;
-    ASSERT_EQ(lumsBWTFwd_8u(data.data(), bwt.data(), n, &index, bwtBuff.get()), lumStsNoErr);
-    ASSERT_EQ(lumsMTFGetSize_8u(&size), lumStsNoErr);
-    Area<LumMTFState_8u> mtfState(size);
-    ASSERT_EQ(lumsMTFInit_8u(mtfState.get()), lumStsNoErr);
-    ASSERT_EQ(lumsMTFFwd_8u(bwt.data(), mtf.data(), n, mtfState.get()), lumStsNoErr);
-
-    Symbols sym(size_t(n) + 1);
-    Lum8u* ms = mtf.data();
-    int msLen = n;
-    int symLen = int(sym.size());
-    Lum32u freq[258] = {};
-    ASSERT_EQ(lumsEncodeZ1Z2_BZ2_8u16u(&ms, &msLen, sym.data(), &symLen, freq), lumStsNoErr);
-    sym.resize(size_t(symLen));
-    sym.push_back(Lum16u(sizeDictionary + 1));
-
-    ASSERT_EQ(lumsEncodeHuffGetSize_BZ2_16u8u(int(sym.size()), &size), lumStsNoErr);
-    Area<LumEncodeHuffState_BZ2> huff(size);
-    ASSERT_EQ(lumsEncodeHuffInit_BZ2_16u8u(sizeDictionary, freq, sym.data(), int(sym.size()), huff.get()), lumStsNoErr);
+    Chain c = encodeChain(block);
+    Symbols& sym = c.symbols;
+    sym.push_back(static_cast<Lum16u>(c.sizeDictionary + 1));
+    Area<LumEncodeHuffState_BZ2> huff([&](int* size) { return lumsEncodeHuffGetSize_BZ2_16u8u(int(sym.size()), size); });
+    ASSERT_EQ(lumsEncodeHuffInit_BZ2_16u8u(c.sizeDictionary, c.freq, sym.data(), int(sym.size()), huff.get()), lumStsNoErr);
+    const Lum8u* inUse = c.inUse;
 
     sink.put(kBlockMagicHi, 24);
     sink.put(kBlockMagicLo, 24);
     sink.put32(crc);
     sink.put(0, 1);  // not randomised
-    sink.put(Lum32u(index), 24);
+    sink.put(Lum32u(c.index), 24);
     Lum32u ranges = 0;
     for (int i = 0; i < 256; ++i)
         if (inUse[i]) ranges |= 0x8000u >> (i / 16);
@@ -134,13 +81,13 @@ void writeBlock(Bytes block, BitSink& sink, Lum32u& combined) {
             if (inUse[16 * r + i]) map |= 0x8000u >> i;
         sink.put(map, 16);
     }
-    ASSERT_EQ(sink.append(40000, [&](Lum32u* c, int* b, Lum8u* d, int* l) {
-        return lumsPackHuffContext_BZ2_16u8u(c, b, d, l, huff.get());
+    ASSERT_EQ(sink.append(40000, [&](Lum32u* code, int* b, Lum8u* d, int* l) {
+        return lumsPackHuffContext_BZ2_16u8u(code, b, d, l, huff.get());
     }), lumStsNoErr);
-    ASSERT_EQ(sink.append(sym.size() * 3 + 8, [&](Lum32u* c, int* b, Lum8u* d, int* l) {
+    ASSERT_EQ(sink.append(sym.size() * 3 + 8, [&](Lum32u* code, int* b, Lum8u* d, int* l) {
         const Lum16u* p = sym.data();
         int left = int(sym.size());
-        const LumStatus st = lumsEncodeHuff_BZ2_16u8u(c, b, &p, &left, d, l, huff.get());
+        const LumStatus st = lumsEncodeHuff_BZ2_16u8u(code, b, &p, &left, d, l, huff.get());
         EXPECT_EQ(left, 0);
         return st;
     }), lumStsNoErr);
@@ -206,25 +153,21 @@ void readBlock(BitSource& in, int level, Bytes& out, Lum32u& combined) {
             }
     }
     const int maxBlock = level * 100000;
-    int size = 0;
-    ASSERT_EQ(lumsDecodeHuffGetSize_BZ2_8u16u(maxBlock, &size), lumStsNoErr);
-    Area<LumDecodeHuffState_BZ2> huff(size);
+    Area<LumDecodeHuffState_BZ2> huff([&](int* size) { return lumsDecodeHuffGetSize_BZ2_8u16u(maxBlock, size); });
     ASSERT_EQ(lumsDecodeHuffInit_BZ2_8u16u(sizeDictionary, huff.get()), lumStsNoErr);
     ASSERT_EQ(lumsUnpackHuffContext_BZ2_8u16u(&in.code, &in.bits, &in.p, &in.left, huff.get()), lumStsNoErr);
     Symbols sym(size_t(maxBlock) + 1);
     int symLen = int(sym.size());
     ASSERT_EQ(lumsDecodeHuff_BZ2_8u16u(&in.code, &in.bits, &in.p, &in.left, sym.data(), &symLen, huff.get()), lumStsNoErr);
 
-    ASSERT_EQ(lumsBWTInvGetSize_8u(maxBlock, &size), lumStsNoErr);
-    Area<Lum8u> buff(size);
+    Area<> buff([&](int* size) { return lumsBWTInvGetSize_8u(maxBlock, size); });
     Bytes rleData(size_t(maxBlock) + 1);
     int rleLen = int(rleData.size());
     ASSERT_EQ(lumsDecodeBlock_BZ2_16u8u(sym.data(), symLen, rleData.data(), &rleLen, int(index), sizeDictionary,
                                         inUse, buff.get()), lumStsNoErr);
 
     // The RLE decoder in pieces of 64 KiB, resuming after every full destination.
-    ASSERT_EQ(lumsRLEGetSize_BZ2_8u(&size), lumStsNoErr);
-    Area<LumRLEState_BZ2> rle(size);
+    Area<LumRLEState_BZ2> rle(lumsRLEGetSize_BZ2_8u);
     ASSERT_EQ(lumsEncodeRLEInit_BZ2_8u(rle.get()), lumStsNoErr);
     const size_t start = out.size();
     Lum8u* src = rleData.data();
@@ -308,23 +251,9 @@ Bytes runs(std::initializer_list<std::pair<int, int>> valueCount) {
     return b;
 }
 
-Bytes periodic(const std::string& unit, size_t n) {
-    Bytes b(n);
-    for (size_t i = 0; i < n; ++i) b[i] = Lum8u(unit[i % unit.size()]);
-    return b;
-}
-
-Bytes randomBytes(size_t n, unsigned seed, unsigned values = 256) {
-    std::mt19937 gen(seed);
-    Bytes b(n);
-    for (auto& x : b) x = Lum8u(gen() % values);
-    return b;
-}
-
-Bytes allValues(int times) {
-    Bytes b;
-    for (int t = 0; t < times; ++t)
-        for (int v = 0; v < 256; ++v) b.push_back(Lum8u(t % 2 ? 255 - v : v));
+Bytes allValues() {
+    Bytes b(256 * 3);
+    for (size_t i = 0; i < b.size(); ++i) b[i] = Lum8u(i / 256 % 2 ? 255 - i % 256 : i % 256);
     return b;
 }
 
@@ -345,9 +274,9 @@ INSTANTIATE_TEST_SUITE_P(
                     EdgeCase{"runs_of_4_5_255_256_259_260", runs({{1, 4}, {2, 5}, {3, 255}, {4, 256}, {5, 259}, {6, 260}, {1, 3}}), 100000},
                     EdgeCase{"runs_of_4_at_the_end", runs({{7, 1}, {9, 4}}), 100000},
                     EdgeCase{"runs_cut_by_blocks", runs({{'z', 2500}, {'y', 1}, {'z', 999}}), 1000},
-                    EdgeCase{"periodic", periodic("abcab", 40000), 100000},
-                    EdgeCase{"periodic_long_unit", periodic("the quick brown fox jumps ", 50000), 100000},
-                    EdgeCase{"all_256_values", allValues(3), 100000},
+                    EdgeCase{"periodic", repeated("abcab", 8000), 100000},
+                    EdgeCase{"periodic_long_unit", repeated("the quick brown fox jumps ", 2000), 100000},
+                    EdgeCase{"all_256_values", allValues(), 100000},
                     EdgeCase{"random_three_blocks", randomBytes(230000, 1), 100000},
                     EdgeCase{"random_two_values", randomBytes(60000, 2, 2), 100000}),
     [](const auto& info) { return std::string(info.param.name); });
@@ -356,22 +285,20 @@ INSTANTIATE_TEST_SUITE_P(
 
 // The sanitizer build reads a few files only, to stay quick.
 #ifdef __SANITIZE_ADDRESS__
-const char* const kCorpusFiles[] = {"paper1", "progc", "obj1"};
+const char* const kStreamFiles[] = {"paper1", "progc", "obj1"};
 #else
-const char* const kCorpusFiles[] = {"bib",    "book1", "book2", "geo",   "news",  "obj1",  "obj2",
-                                    "paper1", "paper2", "pic",  "progc", "progl", "progp", "trans"};
+const auto& kStreamFiles = kCorpusFiles;
 #endif
 
 class Bz2StreamCorpus : public testing::TestWithParam<const char*> {};
 
 TEST_P(Bz2StreamCorpus, BothWaysInBlocksOf100000) {
-    std::ifstream file(std::string(PERFDC_CORPUS_DIR) + "/" + GetParam(), std::ios::binary);
-    if (!file) GTEST_SKIP() << "corpus file " << GetParam() << " not found in " << PERFDC_CORPUS_DIR;
-    const Bytes data((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
+    const Bytes data = corpusFile(GetParam(), 1u << 30);
+    if (data.empty()) GTEST_SKIP() << "corpus file " << GetParam() << " not found in " << PERFDC_CORPUS_DIR;
     checkBothWays(data, 100000);
 }
 
-INSTANTIATE_TEST_SUITE_P(Calgary, Bz2StreamCorpus, testing::ValuesIn(kCorpusFiles),
+INSTANTIATE_TEST_SUITE_P(Calgary, Bz2StreamCorpus, testing::ValuesIn(kStreamFiles),
                          [](const auto& info) { return std::string(info.param); });
 
 }  // namespace
