@@ -2,11 +2,10 @@
 #include "lzo/lzo_mt.h"
 
 #include <algorithm>
-#include <atomic>
 #include <cstring>
-#include <system_error>
-#include <thread>
 #include <vector>
+
+#include "lzo/worker_pool.h"
 
 namespace lum::lzo {
 
@@ -29,22 +28,7 @@ int threadBudget() {
 }
 
 void runParallel(int tasks, int threads, const std::function<void(int, int)>& task) {
-    std::atomic<int> next{0};
-    auto work = [&](int worker) {
-        for (int i = next.fetch_add(1); i < tasks; i = next.fetch_add(1)) task(i, worker);
-    };
-    std::vector<std::thread> pool;
-    const int extra = std::max(0, std::min(threads, tasks) - 1);
-    pool.reserve(extra);
-    for (int w = 1; w <= extra; ++w) {
-        try {
-            pool.emplace_back(work, w);
-        } catch (const std::system_error&) {
-            break;  // the threads already running (and this one) take the rest
-        }
-    }
-    work(0);
-    for (auto& t : pool) t.join();
+    WorkerPool::instance().run(tasks, threads, threadBudget(), task);
 }
 
 int segmentCount(int n, int threads, int workMems) {

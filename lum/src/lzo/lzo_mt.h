@@ -21,8 +21,8 @@ constexpr Lum8u kMtMarker = 0x10;
 constexpr Lum8u kMtVersion = 1;
 constexpr int kMtHeaderLen = 8;
 constexpr int kMtEntryLen = 8;
-// Segments are at least this long: shorter ones cost more in thread start-up than the
-// parallel work saves, and lose matches across their borders.
+// Segments are at least this long: shorter ones cost more in waking and waiting for the
+// workers than the parallel work saves, and lose matches across their borders.
 constexpr int kMinSegmentLen = 32768;
 // At most this many segments, hence work memories, per encoder state.
 constexpr int kMaxSegments = 16;
@@ -51,8 +51,9 @@ using SegmentDecoder = std::function<LumStatus(const Lum8u* src, int srcLen, Lum
 LumStatus decodeContainer(const Lum8u* src, int srcLen, Lum8u* dst, int* pDstLen,
                           const SegmentDecoder& decode);
 
-// Runs task(i, worker) for i in [0, tasks) on up to `threads` threads, the calling thread
-// included; worker (0..threads-1) tells the threads apart. A thread that cannot be started
+// Runs task(i, worker) for i in [0, tasks) on up to `threads` threads (and no more than the
+// thread budget), the calling thread included, the others taken from the library's worker
+// pool; worker (0..threads-1) tells the threads apart. A thread that cannot be started
 // leaves its share to the others.
 void runParallel(int tasks, int threads, const std::function<void(int task, int worker)>& task);
 
