@@ -9,8 +9,8 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <filesystem>
 #include <string>
-#include <sys/stat.h>
 #include <vector>
 
 namespace {
@@ -220,21 +220,13 @@ TEST(CacheSizeSysfs, LargestDataOrUnifiedEntryOfAFolder)
         {"index0", "Data", "48K"}, {"index1", "Instruction", "512M"}, {"index2", "Unified", "1024K"},
         {"index3", "Unified", "junk"}, {"index9", "Unified\r", "32M"}, {"other", "Unified", "1G"},
     };
-    mkdir(root.c_str(), 0755);
     for (const auto& e : entries) {
-        const std::string dir = root + "/" + e.entry;
-        mkdir(dir.c_str(), 0755);
-        psTestWriteFile(dir + "/type", std::string(e.type) + "\n");
-        psTestWriteFile(dir + "/size", std::string(e.size) + "\n");
+        std::filesystem::create_directories(std::filesystem::path(root) / e.entry);
+        psTestWriteFile(root + "/" + e.entry + "/type", std::string(e.type) + "\n");
+        psTestWriteFile(root + "/" + e.entry + "/size", std::string(e.size) + "\n");
     }
     EXPECT_EQ(psSysfsCacheBytes(root.c_str()), 32 * MB);
-    for (const auto& e : entries) {
-        const std::string dir = root + "/" + e.entry;
-        std::remove((dir + "/type").c_str());
-        std::remove((dir + "/size").c_str());
-        rmdir(dir.c_str());
-    }
-    rmdir(root.c_str());
+    std::filesystem::remove_all(root);
     EXPECT_EQ(psSysfsCacheBytes(root.c_str()), 0);
 }
 
