@@ -289,6 +289,11 @@ LUM_API LumStatus lumsInflate_8u(const Lum8u** ppSrc, int* pSrcLen, Lum32u* pCod
  * worst case of a plain stream but not that of the container, MT writes a plain stream.
  * Both decoders read either format and any LZO1X stream of liblzo2; containers are
  * decoded on up to lumGetNumThreads() threads.
+ * The threads are the calling thread and workers of one library-wide pool, started on the
+ * first MT call that needs them and kept waiting between calls (never more than
+ * lumGetNumThreads() - 1; the pool shrinks when the budget does). One call uses the pool
+ * at a time: a call made while another thread's call holds it codes on the calling thread
+ * alone, with the same output. The workers are joined when the library is unloaded.
  */
 typedef enum {
     lumLZO1XST = 0,
