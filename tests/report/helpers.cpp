@@ -46,14 +46,7 @@ std::string TempDir::write(const std::string& rel, const std::string& content) c
     return path(rel);
 }
 
-std::string TempDir::read(const std::string& rel) const {
-    std::ifstream in(path(rel), std::ios::binary);
-    std::ostringstream s;
-    s << in.rdbuf();
-    return s.str();
-}
-
-namespace {
+std::string TempDir::read(const std::string& rel) const { return slurp(path(rel)); }
 
 std::string slurp(const std::string& file) {
     std::ifstream in(file, std::ios::binary);
@@ -62,7 +55,13 @@ std::string slurp(const std::string& file) {
     return s.str();
 }
 
-}  // namespace
+void execArgs(const std::vector<std::string>& args) {
+    std::vector<char*> argv;
+    for (const std::string& a : args) argv.push_back(const_cast<char*>(a.c_str()));
+    argv.push_back(nullptr);
+    execv(argv[0], argv.data());
+    _exit(127);
+}
 
 Captured runProgram(const std::vector<std::string>& args, const std::string& cwd) {
     TempDir io;
@@ -76,11 +75,7 @@ Captured runProgram(const std::vector<std::string>& args, const std::string& cwd
         dup2(in, 0);
         dup2(out, 1);
         dup2(err, 2);
-        std::vector<char*> argv;
-        for (const std::string& a : args) argv.push_back(const_cast<char*>(a.c_str()));
-        argv.push_back(nullptr);
-        execv(argv[0], argv.data());
-        _exit(127);
+        execArgs(args);
     }
     Captured c;
     int status = 0;

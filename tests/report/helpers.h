@@ -35,6 +35,9 @@ struct Captured {
     std::string out, err;
 };
 
+std::string slurp(const std::string& file);
+// In a forked child: runs the program args[0] with args, or exits with 127.
+[[noreturn]] void execArgs(const std::vector<std::string>& args);
 // Runs a program; standard input is empty.
 Captured runProgram(const std::vector<std::string>& args, const std::string& cwd = ".");
 

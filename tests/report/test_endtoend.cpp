@@ -62,11 +62,7 @@ std::string runOnTerminal(const std::vector<std::string>& args, const std::strin
         int out = open(outFile.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
         if (out < 0) _exit(127);
         dup2(out, 1);
-        std::vector<char*> argv;
-        for (const std::string& a : args) argv.push_back(const_cast<char*>(a.c_str()));
-        argv.push_back(nullptr);
-        execv(argv[0], argv.data());
-        _exit(127);
+        execArgs(args);
     }
     std::string seen;
     if (pid < 0) return seen;
@@ -81,8 +77,7 @@ std::string runOnTerminal(const std::vector<std::string>& args, const std::strin
 TEST(ReportProgress, OnATerminalOnlyAndNeverInTheFiles) {
     TempDir dir;
     std::vector<std::string> args{PERFDC_BIN, "-B", "-f=lumsCRC32_8u", "-dMethod=Manual", "-dNumLoops=2",
-                                  "-l" + dir.path(""), "-r", "-o"};
-    args.push_back("-ntty");
+                                  "-l" + dir.path(""), "-r", "-o", "-ntty"};
     const std::string terminal = runOnTerminal(args, dir.path("tty.out"));
     EXPECT_NE(terminal.find("\r[0/1] lumsCRC32_8u CodeLength=16384  0:"), std::string::npos) << terminal;
     EXPECT_NE(terminal.find("elapsed, estimating\x1b[K"), std::string::npos);
@@ -93,16 +88,13 @@ TEST(ReportProgress, OnATerminalOnlyAndNeverInTheFiles) {
     Captured redirected = runProgram(args);
     ASSERT_EQ(redirected.exitCode, 0);
     EXPECT_EQ(redirected.err.find("elapsed"), std::string::npos) << redirected.err;
-    for (const char* file : {"tty.out", "tty.csv", "tty.txt", "file.csv", "file.txt"}) {
+    for (const std::string file : {"tty.out", "tty.csv", "tty.txt", "file.csv", "file.txt"}) {
         const std::string content = dir.read(file);
         EXPECT_FALSE(content.empty()) << file;
         EXPECT_EQ(content.find("elapsed"), std::string::npos) << file;
         EXPECT_EQ(content.find('\x1b'), std::string::npos) << file;
-    }
-    // Both tables hold the five title lines, the header and one line per length.
-    for (const char* table : {"tty.csv", "file.csv"}) {
-        const std::string content = dir.read(table);
-        EXPECT_EQ(std::count(content.begin(), content.end(), '\n'), 11) << table;
+        // Both tables hold the five title lines, the header and one line per length.
+        if (file.find(".csv") != std::string::npos) EXPECT_EQ(std::count(content.begin(), content.end(), '\n'), 11) << file;
     }
 }
 

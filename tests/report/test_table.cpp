@@ -48,17 +48,6 @@ TEST(TableRead, RefusesWhatIsNotAUsableTable) {
     }
 }
 
-TEST(TableRead, MissingFileAndFolder) {
-    TempDir dir;
-    EXPECT_THROW(report::readTable(dir.path("none.csv")), TableError);
-    try {
-        report::readTable(dir.path("."));
-        ADD_FAILURE() << "a folder was read";
-    } catch (const TableError& e) {
-        EXPECT_NE(std::string(e.what()).find("is a folder"), std::string::npos) << e.what();
-    }
-}
-
 TEST(TableRead, RunsAppendedWithTheirTitles) {
     std::string text = runTitle("first") + row("lumsCRC32_8u", "16384", "0.5") + row("lumsCRC32_8u", "32768", "0.25") +
                        runTitle("second") + row("lumsCRC32_8u", "16384", "0.75");

@@ -46,21 +46,12 @@ void flushBits(Lum32u code, int bits, Bytes& out) {
 // Packed context and coded symbols of one block, bits flushed at the end.
 Bytes encodeBlock(int sizeDictionary, const Symbols& sym) {
     EncState area;
-    auto* st = area.get();
-    Lum32u freq[258] = {};
-    EXPECT_EQ(lumsEncodeHuffInit_BZ2_16u8u(sizeDictionary, freq, sym.data(), int(sym.size()), st), lumStsNoErr);
-    Bytes out(sym.size() * 3 + 40000);
-    Lum32u code = 0;
+    Lum32u freq[258] = {}, code = 0;
     int bits = 0;
-    int packed = int(out.size());
-    EXPECT_EQ(lumsPackHuffContext_BZ2_16u8u(&code, &bits, out.data(), &packed, st), lumStsNoErr);
-    const Lum16u* src = sym.data();
-    int srcLen = int(sym.size());
-    int coded = int(out.size()) - packed;
-    EXPECT_EQ(lumsEncodeHuff_BZ2_16u8u(&code, &bits, &src, &srcLen, out.data() + packed, &coded, st), lumStsNoErr);
-    EXPECT_EQ(srcLen, 0);
+    Bytes out;
+    EXPECT_EQ(lumsEncodeHuffInit_BZ2_16u8u(sizeDictionary, freq, sym.data(), int(sym.size()), area.get()), lumStsNoErr);
+    EXPECT_EQ(huffEncode(area.get(), sym, code, bits, out), lumStsNoErr);
     EXPECT_LT(bits, 8);
-    out.resize(size_t(packed + coded));
     flushBits(code, bits, out);
     return out;
 }
@@ -68,18 +59,12 @@ Bytes encodeBlock(int sizeDictionary, const Symbols& sym) {
 // Unpacks and decodes one block; `status` gets the decoder's last status.
 Symbols decodeBlock(int sizeDictionary, const Bytes& in, LumStatus& status, int room = 1 << 21) {
     DecState area;
-    auto* st = area.get();
-    EXPECT_EQ(lumsDecodeHuffInit_BZ2_8u16u(sizeDictionary, st), lumStsNoErr);
+    EXPECT_EQ(lumsDecodeHuffInit_BZ2_8u16u(sizeDictionary, area.get()), lumStsNoErr);
     Lum32u code = 0;
-    int bits = 0;
+    int bits = 0, srcLen = int(in.size());
     const Lum8u* src = in.data();
-    int srcLen = int(in.size());
-    status = lumsUnpackHuffContext_BZ2_8u16u(&code, &bits, &src, &srcLen, st);
-    if (status != lumStsNoErr) return {};
     Symbols out(static_cast<size_t>(room));
-    int dstLen = room;
-    status = lumsDecodeHuff_BZ2_8u16u(&code, &bits, &src, &srcLen, out.data(), &dstLen, st);
-    out.resize(size_t(dstLen));
+    status = huffDecode(area.get(), code, bits, src, srcLen, out);
     return out;
 }
 
