@@ -58,18 +58,33 @@ inline Bytes corpusFile(const std::string& name, size_t cut = kCorpusCut) {
     return b;
 }
 
-// A work area of the size a GetSize function reports, seen as a T.
+// A work area of the size a GetSize function reports, seen as a T, `offset` bytes into its
+// buffer (the contract allows any alignment).
 template <class T = Lum8u>
 struct Area {
     Bytes bytes;
+    size_t offset = 0;
     template <class GetSize>
-    explicit Area(GetSize getSize) {
+    explicit Area(GetSize getSize, size_t off = 0) : offset(off) {
         int size = 0;
         EXPECT_EQ(getSize(&size), lumStsNoErr);
-        bytes.resize(static_cast<size_t>(std::max(size, 1)));
+        bytes.resize(static_cast<size_t>(std::max(size, 1)) + off);
     }
-    T* get() { return reinterpret_cast<T*>(bytes.data()); }
+    T* get() { return reinterpret_cast<T*>(bytes.data() + offset); }
+    // Copies the state to `other` and takes its place, so that later calls show the state
+    // holds no pointers into itself.
+    T* moveTo(Area& other) {
+        std::copy(bytes.begin() + long(offset), bytes.end(), other.bytes.begin() + long(other.offset));
+        std::swap(*this, other);
+        return get();
+    }
 };
+
+// Appends the pending bits of a bit buffer (left-aligned), top byte first.
+inline void flushBits(Lum32u& code, int& bits, Bytes& out) {
+    for (; bits > 0; bits -= 8, code <<= 8) out.push_back(static_cast<Lum8u>(code >> 24));
+    bits = 0;
+}
 
 // The forward chain of one block as a .bz2 block codes it: RLE and its flush, the in-use
 // table, reduction, BWT, MTF and Z1Z2 with its symbol counts.

@@ -1,9 +1,7 @@
 // The bzip2 block Huffman coder on its own: round trips for every table count, the packed
 // context read back by an independent reader, the 17-bit length limit, streaming in small
 // pieces, the benchmark module's calls, random and mutated input, and argument errors.
-#include <cstring>
 #include <map>
-#include <type_traits>
 
 #include "lums.h"
 #include "test_bz2_common.h"
@@ -12,36 +10,13 @@ namespace {
 
 using namespace bz2test;
 
-// A coder state for blocks of up to 100000 symbols, `offset` bytes off any alignment (the
-// contract allows any).
-template <class T>
-struct State {
-    Bytes bytes;
-    size_t offset;
-    explicit State(size_t off = 1) : offset(off) {
-        int size = 0;
-        if constexpr (std::is_same_v<T, LumEncodeHuffState_BZ2>)
-            EXPECT_EQ(lumsEncodeHuffGetSize_BZ2_16u8u(100000, &size), lumStsNoErr);
-        else
-            EXPECT_EQ(lumsDecodeHuffGetSize_BZ2_8u16u(100000, &size), lumStsNoErr);
-        bytes.resize(static_cast<size_t>(size) + off);
-    }
-    T* get() { return reinterpret_cast<T*>(bytes.data() + offset); }
-    // Copies the state to `other` and takes its place, so that calls show the state holds no
-    // pointers into itself.
-    T* moveTo(State& other) {
-        std::memcpy(other.get(), get(), bytes.size() - offset);
-        std::swap(*this, other);
-        return get();
-    }
+// Coder states for blocks of up to 100000 symbols, one byte off alignment unless told.
+struct EncState : Area<LumEncodeHuffState_BZ2> {
+    explicit EncState(size_t off = 1) : Area([](int* s) { return lumsEncodeHuffGetSize_BZ2_16u8u(100000, s); }, off) {}
 };
-using EncState = State<LumEncodeHuffState_BZ2>;
-using DecState = State<LumDecodeHuffState_BZ2>;
-
-// Appends the pending bits of a bit buffer, top byte first.
-void flushBits(Lum32u code, int bits, Bytes& out) {
-    for (; bits > 0; bits -= 8, code <<= 8) out.push_back(static_cast<Lum8u>(code >> 24));
-}
+struct DecState : Area<LumDecodeHuffState_BZ2> {
+    explicit DecState(size_t off = 1) : Area([](int* s) { return lumsDecodeHuffGetSize_BZ2_8u16u(100000, s); }, off) {}
+};
 
 // Packed context and coded symbols of one block, bits flushed at the end.
 Bytes encodeBlock(int sizeDictionary, const Symbols& sym) {

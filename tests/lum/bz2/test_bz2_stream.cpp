@@ -37,10 +37,6 @@ struct BitSink {
         put(v >> 16, 16);
         put(v & 0xFFFF, 16);
     }
-    void finish() {
-        if (bits > 0) out.push_back(Lum8u(code >> 24));
-        bits = 0;
-    }
 };
 
 // One block: the forward chain and the end-of-block symbol, Huffman coded behind the block
@@ -85,7 +81,7 @@ Bytes lumCompress(const Bytes& data, size_t blockBytes) {
     sink.put(kEndMagicHi, 24);
     sink.put(kEndMagicLo, 24);
     sink.put32(combined);
-    sink.finish();
+    flushBits(sink.code, sink.bits, sink.out);
     return sink.out;
 }
 
