@@ -94,7 +94,9 @@ TEST(ReportProgress, OnATerminalOnlyAndNeverInTheFiles) {
         EXPECT_EQ(content.find("elapsed"), std::string::npos) << file;
         EXPECT_EQ(content.find('\x1b'), std::string::npos) << file;
         // Both tables hold the five title lines, the header and one line per length.
-        if (file.find(".csv") != std::string::npos) EXPECT_EQ(std::count(content.begin(), content.end(), '\n'), 11) << file;
+        if (file.find(".csv") != std::string::npos) {
+            EXPECT_EQ(std::count(content.begin(), content.end(), '\n'), 11) << file;
+        }
     }
 }
 
