@@ -41,6 +41,7 @@ void dcCoderData::release()
     dst.deleteData();
     psFree(pState);
     pState = nullptr;
+    expected.clear();
 }
 
 int dcHuffSymbols(const Lum8u* bytes, int n, Lum16u* symbols)

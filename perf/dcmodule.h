@@ -4,6 +4,7 @@
 #ifndef DC_MODULE_H
 #define DC_MODULE_H
 
+#include "dccheck.h"
 #include "dckernels.h"
 #include "dcparams.h"
 #include "registry.h"
@@ -54,6 +55,7 @@ struct dcCoderData {
     int maxSrcLen = 0;  // reset values of the length arguments
     int maxDstLen = 0;
     void* pState = nullptr;
+    dcExpected expected;  // the corpus bytes the decoders must give back
 
     // Creates both vectors for the current "CodeLength" and loads the current file by
     // the repeated-length rule; false when the set is passed over.
@@ -61,6 +63,25 @@ struct dcCoderData {
     // Keeps a size-byte library work area; false when memory is short.
     bool allocState(int size);
     void release();
+};
+
+// The overrides the encoder/decoder modules share, on the module's own buffers: the
+// buffers go back after each parameter set, results are clocks per byte of
+// uncompressed data (for the decoders too), and the console shows the bytes measured
+// as "length=" (without a leading blank) in front of the parameters.
+template <dcCoderData& Data>
+class dcCoderTest : public ppTest {
+public:
+    using ppTest::ppTest;
+
+    void flushData() override { Data.release(); }
+    double getDivisor() override { return Data.len; }
+    psString getUnit() override { return "e"; }
+    void parmsToOstrm() override
+    {
+        dcLengthToOstrm("length=", Data.len);
+        psTest::parmsToOstrm();
+    }
 };
 
 // The symbol stream of the BZ2 Huffman tests, made from n random bytes: each byte

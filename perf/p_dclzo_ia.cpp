@@ -1,7 +1,6 @@
 // LZO tests: the encoder and the plain and bounds-checking decoders over corpus
 // data cut to every "CodeLength", for each LZO method of the library. The
 // decoders decode what the encoder produced once while the data was prepared.
-#include "dccheck.h"
 #include "dclum.h"
 #include "dcmodule.h"
 
@@ -13,7 +12,6 @@ Lum8u* pDst = nullptr;
 int srcLen = 0;
 int dstLen = 0;
 psMapIterator<LumLZOMethod> method;
-dcExpected expected;  // the corpus bytes the decoders must give back
 
 LumLZOState_8u* state() { return static_cast<LumLZOState_8u*>(data.pState); }
 
@@ -29,9 +27,9 @@ DC_KERNELS_I(lumsEncodeLZO_8u)
 DC_KERNELS_I(lumsDecodeLZO_8u)
 DC_KERNELS_I(lumsDecodeLZOSafe_8u)
 
-class TimdcLZO : public ppTest {
+class TimdcLZO : public dcCoderTest<data> {
 public:
-    using ppTest::ppTest;
+    using dcCoderTest::dcCoderTest;
     ~TimdcLZO() override {}
 
     bool canStart() override
@@ -68,26 +66,11 @@ public:
         dstLen = data.maxDstLen;
         if (m_encode) return true;
 
-        expected.set(pSrc, data.len);
+        data.expected.set(pSrc, data.len);
         if (checkStatus(tcall_lumsEncodeLZO_8u(), "lumsEncodeLZO_8u") > WARNING) return false;
         data.maxDstLen = dstLen;  // the compressed length, the decoders' source length
         data.maxSrcLen = 2 * data.len;
         return true;
-    }
-
-    void flushData() override
-    {
-        data.release();
-        expected.clear();
-    }
-
-    double getDivisor() override { return data.len; }
-    psString getUnit() override { return "e"; }
-
-    void parmsToOstrm() override
-    {
-        dcLengthToOstrm("length=", data.len);
-        psTest::parmsToOstrm();
     }
 
     void parmsToCstrm() override
@@ -98,7 +81,7 @@ public:
     }
 
     // Each decoder call decodes the whole stream again into the corpus data's place.
-    psResult checkOutput() override { return expected.compare(pSrc, srcLen, getFuncName()); }
+    psResult checkOutput() override { return data.expected.compare(pSrc, srcLen, getFuncName()); }
 
 private:
     bool m_encode = false;

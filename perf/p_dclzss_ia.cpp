@@ -1,7 +1,6 @@
 // LZSS tests: the encoder over corpus data cut to every "CodeLength", from a state
 // that is never initialised again, and the decoder, from a fresh state on every
 // call, on the stream that encoding and flushing produced.
-#include "dccheck.h"
 #include "dclum.h"
 #include "dcmodule.h"
 
@@ -12,7 +11,6 @@ Lum8u* pSrc = nullptr;  // call arguments, advanced by the calls
 Lum8u* pDst = nullptr;
 int srcLen = 0;
 int dstLen = 0;
-dcExpected expected;  // the corpus bytes the decoder must give back
 
 LumLZSSState_8u* state() { return static_cast<LumLZSSState_8u*>(data.pState); }
 
@@ -36,9 +34,9 @@ int tcall_lumsDecodeLZSS_8u() { return lumsDecodeLZSS_8u(&pDst, &dstLen, &pSrc, 
 DC_KERNELS_I(lumsEncodeLZSS_8u)
 DC_KERNELS_I(lumsDecodeLZSS_8u)
 
-class TimdcLZSS : public ppTest {
+class TimdcLZSS : public dcCoderTest<data> {
 public:
-    using ppTest::ppTest;
+    using dcCoderTest::dcCoderTest;
     ~TimdcLZSS() override {}
 
     bool canStart() override
@@ -61,7 +59,7 @@ public:
         data.maxSrcLen = data.len;
         if (m_encode) return true;
 
-        expected.set(data.src.data(), data.len);
+        data.expected.set(data.src.data(), data.len);
         srcLen = data.len;
         pSrc = data.src.ptr<Lum8u>();
         pDst = data.dst.ptr<Lum8u>();
@@ -74,21 +72,6 @@ public:
         return checkStatus(lumsDecodeLZSSInit_8u(state()), "lumsDecodeLZSSInit_8u") <= WARNING;
     }
 
-    void flushData() override
-    {
-        data.release();
-        expected.clear();
-    }
-
-    double getDivisor() override { return data.len; }
-    psString getUnit() override { return "e"; }
-
-    void parmsToOstrm() override
-    {
-        dcLengthToOstrm("length=", data.len);
-        psTest::parmsToOstrm();
-    }
-
     void parmsToCstrm() override
     {
         dcLengthToCstrm(data.len);
@@ -98,7 +81,7 @@ public:
     // The decoder's last call, from a fresh state, must have given back the corpus bytes.
     psResult checkOutput() override
     {
-        return expected.compare(data.src.data(), data.maxSrcLen - srcLen, getFuncName());
+        return data.expected.compare(data.src.data(), data.maxSrcLen - srcLen, getFuncName());
     }
 
 private:
