@@ -277,7 +277,7 @@ LUM_API LumStatus lumsInflate_8u(const Lum8u** ppSrc, int* pSrcLen, Lum32u* pCod
 
 /* ==== LZO (LZO1X) ======================================================================
  * "ST" writes one plain LZO1X-1 stream (as liblzo2's lzo1x_1_compress). "MT" cuts the
- * input into up to lumGetNumThreads() segments of at least 32768 bytes (at most 16) and
+ * input into up to lumGetNumThreads() segments of at least 131072 bytes (at most 16) and
  * compresses them on as many threads into a container, little-endian:
  *   byte 0      0x10, a first byte no LZO1X compressor writes (the decoders check it)
  *   byte 1      container version, 1
@@ -285,7 +285,9 @@ LUM_API LumStatus lumsInflate_8u(const Lum8u** ppSrc, int* pSrcLen, Lum32u* pCod
  *   bytes 4-7   total uncompressed length
  *   8 bytes per segment: its uncompressed length, its compressed length (4 bytes each)
  *   the k LZO1X-1 streams back to back.
- * Inputs shorter than 65536 bytes give a one-segment container. When the room holds the
+ * Inputs shorter than 262144 bytes give a one-segment container, coded on the calling
+ * thread: below that, waking a worker costs as much as the work it would take over, and
+ * the cost of a call would depend on when the worker woke. When the room holds the
  * worst case of a plain stream but not that of the container, MT writes a plain stream.
  * Both decoders read either format and any LZO1X stream of liblzo2; containers are
  * decoded on up to lumGetNumThreads() threads.

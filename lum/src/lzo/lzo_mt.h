@@ -23,7 +23,7 @@ constexpr int kMtHeaderLen = 8;
 constexpr int kMtEntryLen = 8;
 // Segments are at least this long: shorter ones cost more in waking and waiting for the
 // workers than the parallel work saves, and lose matches across their borders.
-constexpr int kMinSegmentLen = 32768;
+constexpr int kMinSegmentLen = 131072;
 // At most this many segments, hence work memories, per encoder state.
 constexpr int kMaxSegments = 16;
 

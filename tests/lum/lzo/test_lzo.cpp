@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "lumdc.h"
+#include "lzo/lzo_mt.h"
 
 namespace {
 
@@ -111,19 +112,21 @@ TEST(Lzo, CorpusStreamsAreReadBothWaysWithLiblzo2) {
     }
 }
 
-// Segment borders fall at multiples of 32768 bytes; every size round-trips with 1, 2 and 4
+// Segment borders fall at multiples of the least segment length; every size round-trips with 1, 2 and 4
 // threads and tells its layout by the first byte and the segment count. A state copied to
 // another alignment encodes the same: it holds no pointers into itself.
 TEST_F(Threads, MtContainerRoundTripsAtSegmentBorders) {
-    const Bytes text = textLike(300000, 1);
+    constexpr size_t S = lum::lzo::kMinSegmentLen;
+    const Bytes text = textLike(4 * S + 3, 1);
     for (int threads : {1, 2, 4}) {
         ASSERT_EQ(lumSetNumThreads(threads), lumStsNoErr);
-        for (size_t n : {0, 1, 20, 32767, 65535, 65536, 65537, 98304, 98305, 131075, 300000}) {
+        for (size_t n : {size_t{0}, size_t{1}, size_t{20}, S - 1, 2 * S - 1, 2 * S, 2 * S + 1, 3 * S,
+                         3 * S + 1, 4 * S + 3}) {
             const Bytes src(text.begin(), text.begin() + n);
             const Bytes mt = encode(lumLZO1XMT, src);
             ASSERT_GE(mt.size(), 8u);
             EXPECT_EQ(mt[0], 0x10);
-            EXPECT_EQ(mt[2] | mt[3] << 8, std::max<int>(1, std::min<int>(threads, int(n / 32768)))) << n;
+            EXPECT_EQ(mt[2] | mt[3] << 8, std::max<int>(1, std::min<int>(threads, int(n / S)))) << n;
             expectBothDecode(mt, src, "MT " + std::to_string(n) + " on " + std::to_string(threads));
             if (threads == 4) expectBothDecode(encode(lumLZO1XST, src), src, "ST " + std::to_string(n));
         }

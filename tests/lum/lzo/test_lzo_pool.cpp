@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "lumdc.h"
+#include "lzo/lzo_mt.h"
 #include "lzo/worker_pool.h"
 
 namespace {
@@ -46,7 +47,7 @@ Bytes decodeMt(const Bytes& stream, size_t n) {
 TEST(LzoPool, FollowsTheBudgetAndServesConcurrentCallers) {
     int saved = 1;
     ASSERT_EQ(lumGetNumThreads(&saved), lumStsNoErr);
-    const Bytes src = repetitive(8 * 32768 + 123);  // room for 8 segments
+    const Bytes src = repetitive(8 * lum::lzo::kMinSegmentLen + 123);  // room for 8 segments
     auto& pool = lum::lzo::WorkerPool::instance();
 
     // Up, down to one thread and up again: the pool never holds more than budget - 1
