@@ -6,22 +6,16 @@
 #include <cstdint>
 #include <cstring>
 
+#include "core/work_area.h"
 #include "lumdc.h"
 
 namespace lum::bz2 {
 
-// A state work area may sit at any address and may be copied between calls, so its
-// record is copied in and out with memcpy instead of being used in place; the magic
-// word tells a work area prepared by the matching Init from anything else.
+// A state record carries its own magic word (Record::kMagic): false for a work area
+// that the matching Init did not prepare.
 template <class Record>
 bool loadState(const void* area, Record& rec) {
-    std::memcpy(&rec, area, sizeof(Record));
-    return rec.magic == Record::kMagic;
-}
-
-template <class Record>
-void storeState(void* area, const Record& rec) {
-    std::memcpy(area, &rec, sizeof(Record));
+    return loadRecord(area, rec, Record::kMagic);
 }
 
 // Work buffers are caller-placed at any address; their arrays start on kBuffAlign

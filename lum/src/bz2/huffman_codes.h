@@ -6,6 +6,7 @@
 
 #include <cstring>
 
+#include "core/work_area.h"
 #include "lumdc.h"
 
 namespace lum::bz2 {
@@ -53,16 +54,6 @@ inline void storeBE64(Lum8u* p, Lum64u v) {
     v = __builtin_bswap64(v);
     std::memcpy(p, &v, sizeof v);
 }
-
-// A work area's fixed header is copied out at the start of a call and back at its end.
-template <typename Header>
-Header readHeader(const void* area) {
-    Header h;
-    std::memcpy(&h, area, sizeof h);
-    return h;
-}
-template <typename Header>
-void writeHeader(void* area, const Header& h) { std::memcpy(area, &h, sizeof h); }
 
 // Checks of the bit buffer shared by all four coding calls: a left-aligned Lum32u with
 // 0..32 valid bits.

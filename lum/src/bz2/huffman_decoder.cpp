@@ -43,7 +43,7 @@ Lum8u* areaOf(LumDecodeHuffState_BZ2* s) { return reinterpret_cast<Lum8u*>(s); }
 
 LumStatus openDecoder(const LumDecodeHuffState_BZ2* pState, DecoderHeader& h) {
     if (pState == nullptr) return lumStsNullPtrErr;
-    h = readHeader<DecoderHeader>(pState);
+    h = lum::loadRecord<DecoderHeader>(pState);
     return h.tag == kDecoderTag ? lumStsNoErr : lumStsContextMatchErr;
 }
 
@@ -222,7 +222,7 @@ LumStatus lumsDecodeHuffGetSize_BZ2_8u16u(int wndSize, int* pSize) {
 LumStatus lumsDecodeHuffInit_BZ2_8u16u(int sizeDictionary, LumDecodeHuffState_BZ2* pState) {
     if (pState == nullptr) return lumStsNullPtrErr;
     if (sizeDictionary < 0 || sizeDictionary > 256) return lumStsBadArgErr;
-    writeHeader(pState, DecoderHeader{kDecoderTag, sizeDictionary + 2, 0, 0, 0, 0, 0});
+    lum::storeRecord(pState, DecoderHeader{kDecoderTag, sizeDictionary + 2, 0, 0, 0, 0, 0});
     return lumStsNoErr;
 }
 
@@ -243,7 +243,7 @@ LumStatus lumsUnpackHuffContext_BZ2_8u16u(Lum32u* pCode, int* pCodeLenBits, cons
     bool corrupt = false;
     const bool ok = unpackContext(r, h, areaOf(pState), corrupt);
     h.haveContext = ok ? 1 : 0;
-    writeHeader(pState, h);
+    lum::storeRecord(pState, h);
     if (!ok) return corrupt ? lumStsCorruptDataErr : lumStsSrcEndWrn;
     r.giveBack(pCode, pCodeLenBits);
     *ppSrc = r.p;
@@ -338,7 +338,7 @@ LumStatus lumsDecodeHuff_BZ2_8u16u(Lum32u* pCode, int* pCodeLenBits, const Lum8u
     *ppSrc = r.p;
     *pSrcLen = r.left;
     *pDstLen = static_cast<int>(dst - pDst);
-    writeHeader(pState, h);
+    lum::storeRecord(pState, h);
     return status;
 }
 

@@ -157,7 +157,7 @@ void packContext(const EncoderHeader& h, const Lum8u* area, Sink&& put) {
 
 LumStatus openEncoder(const LumEncodeHuffState_BZ2* pState, EncoderHeader& h) {
     if (pState == nullptr) return lumStsNullPtrErr;
-    h = readHeader<EncoderHeader>(pState);
+    h = lum::loadRecord<EncoderHeader>(pState);
     return h.tag == kEncoderTag ? lumStsNoErr : lumStsContextMatchErr;
 }
 
@@ -205,7 +205,7 @@ LumStatus lumsEncodeHuffInit_BZ2_16u8u(int sizeDictionary, const Lum32u* /*freqT
         std::memcpy(area + kLengthOffset + static_cast<std::size_t>(t) * kHuffMaxAlpha, len[t],
                     static_cast<std::size_t>(alphaSize));
     }
-    writeHeader(area, h);
+    lum::storeRecord(area, h);
     return lumStsNoErr;
 }
 
@@ -308,7 +308,7 @@ LumStatus lumsEncodeHuff_BZ2_16u8u(Lum32u* pCode, int* pCodeLenBits, const Lum16
     *pDstLen = static_cast<int>(dst - pDst);
     *pCode = w.leftAligned();
     *pCodeLenBits = w.n;
-    writeHeader(areaOf(pState), h);
+    lum::storeRecord(areaOf(pState), h);
     return status;
 }
 

@@ -102,7 +102,7 @@ LumStatus mtf(const Lum8u* pSrc, Lum8u* pDst, int len, LumMTFState_8u* pState) {
             pDst[i] = c;
         }
     }
-    storeState(pState, st);
+    storeRecord(pState, st);
     return lumStsNoErr;
 }
 
@@ -124,7 +124,7 @@ LumStatus lumsMTFInit_8u(LumMTFState_8u* pState) {
     MtfRecord st;
     st.magic = MtfRecord::kMagic;
     for (int k = 0; k < 256; ++k) st.list[k] = static_cast<Lum8u>(k);
-    lum::bz2::storeState(pState, st);
+    lum::storeRecord(pState, st);
     return lumStsNoErr;
 }
 

@@ -129,7 +129,7 @@ LumStatus lumsEncodeRLEInit_BZ2_8u(LumRLEState_BZ2* pState) {
     st.magic = RleRecord::kMagic;
     st.runCh = -1;
     st.decPrev = -1;
-    lum::bz2::storeState(pState, st);
+    lum::storeRecord(pState, st);
     return lumStsNoErr;
 }
 
@@ -150,7 +150,7 @@ LumStatus lumsEncodeRLE_BZ2_8u(Lum8u** ppSrc, int* pSrcLen, Lum8u* pDst, int* pD
     *ppSrc += i;
     *pSrcLen = n - i;
     *pDstLen = out;
-    lum::bz2::storeState(pState, st);
+    lum::storeRecord(pState, st);
     return full ? lumStsDstFullWrn : lumStsNoErr;
 }
 
@@ -163,7 +163,7 @@ LumStatus lumsEncodeRLEFlush_BZ2_8u(Lum8u* pDst, int* pDstLen, LumRLEState_BZ2* 
     const bool done = lum::bz2::drainPending(st, pDst, *pDstLen, out) &&
                       lum::bz2::endRun(st, pDst, *pDstLen, out);
     *pDstLen = out;
-    lum::bz2::storeState(pState, st);
+    lum::storeRecord(pState, st);
     return done ? lumStsNoErr : lumStsDstFullWrn;
 }
 
@@ -229,7 +229,7 @@ LumStatus lumsDecodeRLEState_BZ2_8u(Lum8u** ppSrc, int* pSrcLen, Lum8u** ppDst, 
     *pSrcLen = n - i;
     *ppDst += out;
     *pDstLen = room - out;
-    lum::bz2::storeState(pState, st);
+    lum::storeRecord(pState, st);
     return full ? lumStsDstFullWrn : lumStsNoErr;
 }
 

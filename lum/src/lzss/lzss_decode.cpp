@@ -40,7 +40,7 @@ public:
         h.magic = kDecoderMagic;
         h.ringPos = kRingStart;
         h.flags = 1;
-        storeHead(area, h);
+        lum::storeRecord(area, h);
         std::memset(area + kRingOff, kBlank, kRingLen);
     }
 
@@ -175,13 +175,13 @@ LumStatus lumsDecodeLZSS_8u(Lum8u** ppSrc, int* pSrcLen, Lum8u** ppDst, int* pDs
     if (s != lumStsNoErr) return s;
     auto* area = reinterpret_cast<Lum8u*>(pState);
     DecoderHead head;
-    if (!loadHead(area, head, kDecoderMagic)) return lumStsContextMatchErr;
+    if (!lum::loadRecord(area, head, kDecoderMagic)) return lumStsContextMatchErr;
     Decoder dec(area, head, *ppDst);
     const Lum8u* src = *ppSrc;
     int srcLeft = *pSrcLen;
     const LumStatus st = dec.run(src, srcLeft, *pDstLen);
     const int produced = dec.finish();
-    storeHead(area, dec.head());
+    lum::storeRecord(area, dec.head());
     *ppSrc = const_cast<Lum8u*>(src);
     *pSrcLen = srcLeft;
     *ppDst += produced;

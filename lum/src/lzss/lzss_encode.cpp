@@ -55,7 +55,7 @@ public:
         h.ins = kRingLen - kMaxMatch;  // the blanks a first match may reach, as in the ring
         h.ringPos = kRingStart;
         h.groupLen = 1;
-        storeHead(area, h);
+        lum::storeRecord(area, h);
         std::memset(area + kWinOff, kBlank, kRingLen);
         std::memset(area + kWinOff + kRingLen, 0, kWinLen + kWinSlack - kRingLen);
         std::memset(area + kHeadOff, 0, kAreaLen - kHeadOff);
@@ -191,13 +191,13 @@ private:
 LumStatus encode(Lum8u** ppSrc, int* pSrcLen, Lum8u** ppDst, int* pDstLen, void* pState, bool finish) {
     auto* area = static_cast<Lum8u*>(pState);
     EncoderHead head;
-    if (!loadHead(area, head, kEncoderMagic)) return lumStsContextMatchErr;
+    if (!lum::loadRecord(area, head, kEncoderMagic)) return lumStsContextMatchErr;
     Encoder enc(area, head);
     const Lum8u* src = *ppSrc;
     Lum8u* dst = *ppDst;
     int srcLeft = *pSrcLen, room = *pDstLen;
     const LumStatus s = enc.run(src, srcLeft, dst, room, finish);
-    storeHead(area, enc.head());
+    lum::storeRecord(area, enc.head());
     if (finish && s == lumStsNoErr) Encoder::reset(area);  // the stream is complete
     *ppSrc = const_cast<Lum8u*>(src);
     *pSrcLen = srcLeft;

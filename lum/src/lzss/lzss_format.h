@@ -15,6 +15,7 @@
 
 #include <cstring>
 
+#include "core/work_area.h"
 #include "lumdc.h"
 
 namespace lum::lzss {
@@ -44,18 +45,6 @@ T loadAt(const Lum8u* p) {
 template <class T>
 void storeAt(Lum8u* p, T v) {
     std::memcpy(p, &v, sizeof v);
-}
-
-// Head records live at the start of the work area.
-template <class Head>
-bool loadHead(const void* area, Head& head, Lum32u magic) {
-    std::memcpy(&head, area, sizeof head);
-    return head.magic == magic;
-}
-
-template <class Head>
-void storeHead(void* area, const Head& head) {
-    std::memcpy(area, &head, sizeof head);
 }
 
 // Bytes of the encoder's and of the decoder's work area.
