@@ -276,21 +276,33 @@ LUM_API LumStatus lumsInflate_8u(const Lum8u** ppSrc, int* pSrcLen, Lum32u* pCod
                                  int dstIdx, LumInflateMode* pMode, LumInflateState* pState);
 
 /* ==== LZO (LZO1X) ======================================================================
- * "ST" writes one plain LZO1X-1 stream (as liblzo2's lzo1x_1_compress). "MT" cuts the
- * input into up to lumGetNumThreads() segments of at least 131072 bytes (at most 16) and
- * compresses them on as many threads into a container, little-endian:
+ * "ST" writes one plain LZO1X stream with the library's own LZO1X-1 style coder: greedy
+ * matches of 4 bytes or more found through a hash table of 16384 entries, up to 49151
+ * bytes back, coded as M2, M3 or M4 instructions, and literal runs; it ends with the
+ * end marker 0x11 0 0. Any LZO1X decoder (liblzo2's lzo1x_decompress among them) reads
+ * it. "MT" cuts the input into up to lumGetNumThreads() segments of at least 131072 bytes
+ * (at most 16) and compresses them on as many threads into a container, little-endian:
  *   byte 0      0x10, a first byte no LZO1X compressor writes (the decoders check it)
  *   byte 1      container version, 1
  *   bytes 2-3   segment count k
  *   bytes 4-7   total uncompressed length
  *   8 bytes per segment: its uncompressed length, its compressed length (4 bytes each)
- *   the k LZO1X-1 streams back to back.
+ *   the k LZO1X streams back to back.
  * Inputs shorter than 262144 bytes give a one-segment container, coded on the calling
  * thread: below that, waking a worker costs as much as the work it would take over, and
  * the cost of a call would depend on when the worker woke. When the room holds the
  * worst case of a plain stream but not that of the container, MT writes a plain stream.
- * Both decoders read either format and any LZO1X stream of liblzo2; containers are
- * decoded on up to lumGetNumThreads() threads.
+ * Both decoders read either format and any LZO1X stream of liblzo2 (lzo1x_1, lzo1x_999);
+ * containers are decoded on up to lumGetNumThreads() threads.
+ * Validity of a plain stream, as liblzo2's lzo1x_decompress_safe judges it: the stream
+ * must end with an end marker (an M4 instruction whose distance part is zero, whatever its
+ * length and state bits) exactly at the end of the source; an instruction or literal run
+ * cut off by the end of the source, a match that reaches back before the start of the
+ * output and bytes after the end marker are corrupt data; output that would pass the
+ * room is the size error. Where a stream breaks two rules, the one met first in decoding
+ * order decides (the decoder checks room before input for literals, and the distance
+ * before the room for matches). A source whose first byte is 0x10 is read as a container
+ * (as a plain stream it could only be an empty one: an end marker with a long length).
  * The threads are the calling thread and workers of one library-wide pool, started on the
  * first MT call that needs them and kept waiting between calls (never more than
  * lumGetNumThreads() - 1; the pool shrinks when the budget does). One call uses the pool

@@ -1,11 +1,10 @@
-// LZO1X: the encoder state, the "ST" stream (liblzo2's LZO1X-1), the "MT" container and
-// the two decoders, which tell the two formats apart by the first byte.
-#include <lzo/lzo1x.h>
-
+// LZO1X: the encoder state, the "ST" stream, the "MT" container and the two decoders,
+// which tell the two formats apart by the first byte.
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
 
+#include "lzo/lzo1x_codec.h"
 #include "lzo/lzo_mt.h"
 
 namespace {
@@ -13,12 +12,13 @@ namespace {
 using namespace lum::lzo;
 
 constexpr Lum32u kStateMagic = 0x4C5A4F31;  // marks a work area prepared by Init
-constexpr int kWorkMemLen = int(LZO1X_1_MEM_COMPRESS);
+constexpr int kWorkMemLen = kCompressWorkLen;
 constexpr int kWorkMemAlign = 64;
 
 // The head of the work area, copied in and out with memcpy (the caller's block may sit at
-// any address). The work memories follow it, aligned at every call: liblzo2 clears them
-// on each compression, so nothing in them outlives a call and a moved block stays valid.
+// any address). The work memories follow it, aligned at every call: the compressor clears
+// its hash table on each call, so nothing in them outlives a call and a moved block stays
+// valid.
 struct StateHead {
     Lum32u magic;
     Lum32u method;
@@ -38,32 +38,24 @@ Lum8u* workMem(LumLZOState_8u* pState, int index) {
            static_cast<std::size_t>(index) * kWorkMemLen;
 }
 
-bool libraryReady() {
-    static const bool ready = lzo_init() == LZO_E_OK;
-    return ready;
-}
-
 bool validMethod(LumLZOMethod method) { return method == lumLZO1XST || method == lumLZO1XMT; }
 
 int compressSegment(const Lum8u* src, int len, Lum8u* dst, void* wrk) {
-    lzo_uint out = 0;
-    lzo1x_1_compress(src, lzo_uint(len), dst, &out, wrk);  // cannot fail on valid buffers
-    return int(out);
+    return int(compress(src, std::size_t(len), dst, wrk));
 }
 
 // Decodes one LZO1X stream into at most *pLen bytes; *pLen becomes the decoded length.
 LumStatus decodeStream(const Lum8u* src, int srcLen, Lum8u* dst, int* pLen, bool safe) {
-    if (srcLen < 3) return lumStsCorruptDataErr;  // not even the end marker
-    lzo_uint out = lzo_uint(*pLen);
-    const int r = safe ? lzo1x_decompress_safe(src, lzo_uint(srcLen), dst, &out, nullptr)
-                       : lzo1x_decompress(src, lzo_uint(srcLen), dst, &out, nullptr);
+    std::size_t out = std::size_t(*pLen);
+    const DecodeResult r = safe ? decompressSafe(src, std::size_t(srcLen), dst, &out)
+                                : decompressFast(src, std::size_t(srcLen), dst, &out);
     switch (r) {
-    case LZO_E_OK:
+    case DecodeResult::ok:
         *pLen = int(out);
         return lumStsNoErr;
-    case LZO_E_OUTPUT_OVERRUN:
+    case DecodeResult::outputOverrun:
         return lumStsSizeErr;
-    default:  // input overrun (truncated), look-behind overrun, trailing bytes, bad marker
+    default:  // truncated, a match before the output's start, bytes after the end marker
         return lumStsCorruptDataErr;
     }
 }
@@ -71,7 +63,6 @@ LumStatus decodeStream(const Lum8u* src, int srcLen, Lum8u* dst, int* pLen, bool
 LumStatus decode(const Lum8u* pSrc, int srcLen, Lum8u* pDst, int* pDstLen, bool safe) {
     if (pSrc == nullptr || pDst == nullptr || pDstLen == nullptr) return lumStsNullPtrErr;
     if (srcLen < 0 || *pDstLen < 0) return lumStsSizeErr;
-    if (!libraryReady()) return lumStsErr;
     LumStatus s;
     int len = *pDstLen;
     if (srcLen > 0 && pSrc[0] == kMtMarker) {
@@ -105,7 +96,6 @@ LumStatus lumsEncodeLZOInit_8u(LumLZOMethod method, int maxInputLen, LumLZOState
     if (pState == nullptr) return lumStsNullPtrErr;
     if (!validMethod(method)) return lumStsBadArgErr;
     if (maxInputLen < 0) return lumStsSizeErr;
-    if (!libraryReady()) return lumStsErr;
     const StateHead head{kStateMagic, Lum32u(method), maxInputLen, workMemCount(method, maxInputLen)};
     std::memcpy(pState, &head, sizeof head);
     return lumStsNoErr;

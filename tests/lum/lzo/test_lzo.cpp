@@ -1,10 +1,12 @@
-// LZO1X: our ST streams against liblzo2, the MT container, the room and argument rules,
-// the safe decoder on corrupt input and the benchmark module's call sequence.
+// LZO1X: our streams against liblzo2 (its safe decoder reads ours, ours read its lzo1x_1
+// and lzo1x_999 streams, and its safe decoder is the oracle for corrupt ones), the MT
+// container, the room and argument rules and the benchmark module's call sequence.
 #include <gtest/gtest.h>
 #include <lzo/lzo1x.h>
 
 #include <cstring>
 #include <fstream>
+#include <functional>
 #include <iterator>
 #include <memory>
 #include <random>
@@ -86,6 +88,30 @@ Bytes lzoReference(const Bytes& src, bool best) {
     return dst;
 }
 
+// liblzo2's safe decoder on a stream, its result as our status: output overrun is the
+// size error, every other refusal corrupt data.
+LumStatus referenceVerdict(const Bytes& stream, Bytes& out) {
+    lzo_uint len = out.size();
+    const int r = lzo1x_decompress_safe(stream.data(), stream.size(), out.data(), &len, nullptr);
+    out.resize(r == LZO_E_OK ? len : 0);
+    return r == LZO_E_OK ? lumStsNoErr : r == LZO_E_OUTPUT_OVERRUN ? lumStsSizeErr : lumStsCorruptDataErr;
+}
+
+// Our safe decoder gives liblzo2's verdict on the stream with the given room, and the same
+// bytes when both accept it. Returns the verdict.
+LumStatus expectReferenceVerdict(const Bytes& stream, size_t room, const std::string& what) {
+    Bytes expect(room);
+    const LumStatus verdict = referenceVerdict(stream, expect);
+    const auto in = exact(stream), out = exact({}, room);
+    int len = int(room);
+    EXPECT_EQ(lumsDecodeLZOSafe_8u(in.get(), int(stream.size()), out.get(), &len), verdict) << what;
+    if (verdict == lumStsNoErr) {
+        EXPECT_EQ(len, int(expect.size())) << what;
+        EXPECT_TRUE(len == int(expect.size()) && std::equal(expect.begin(), expect.end(), out.get())) << what;
+    }
+    return verdict;
+}
+
 class Threads : public testing::Test {
 protected:
     void SetUp() override { ASSERT_EQ(lumGetNumThreads(&saved_), lumStsNoErr); }
@@ -95,12 +121,14 @@ protected:
 
 TEST(Lzo, CorpusStreamsAreReadBothWaysWithLiblzo2) {
     if (!std::ifstream(std::string(PERFDC_CORPUS_DIR) + "/bib")) GTEST_SKIP() << "corpus not found in " PERFDC_CORPUS_DIR;
+    size_t ourTotal = 0, refTotal = 0;
     for (const char* name : {"bib", "book1", "book2", "geo", "news", "obj1", "obj2", "paper1", "paper2", "pic",
                              "progc", "progl", "progp", "trans"}) {
         std::ifstream in(std::string(PERFDC_CORPUS_DIR) + "/" + name, std::ios::binary);
         const Bytes data((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
         const Bytes ours = encode(lumLZO1XST, data);
-        EXPECT_EQ(ours, lzoReference(data, false)) << name;  // the same LZO1X-1 stream
+        ourTotal += ours.size();
+        refTotal += lzoReference(data, false).size();
         Bytes back(data.size());
         lzo_uint len = back.size();
         ASSERT_EQ(lzo1x_decompress_safe(ours.data(), ours.size(), back.data(), &len, nullptr), LZO_E_OK) << name;
@@ -109,6 +137,98 @@ TEST(Lzo, CorpusStreamsAreReadBothWaysWithLiblzo2) {
         expectBothDecode(lzoReference(cut, false), cut, std::string(name) + " lzo1x_1");
         expectBothDecode(lzoReference(cut, true), cut, std::string(name) + " lzo1x_999");
         expectBothDecode(encode(lumLZO1XMT, data), data, std::string(name) + " MT");
+    }
+    EXPECT_LE(double(ourTotal), 1.01 * double(refTotal));  // as small as lzo1x_1's, within 1%
+}
+
+// Inputs that reach every instruction form and length boundary of our encoder; liblzo2's
+// safe decoder and both of ours must give them back.
+TEST(Lzo, EdgeInputsRoundTripThroughLiblzo2) {
+    auto repeat = [](const Bytes& unit, size_t n) {
+        Bytes b;
+        while (b.size() < n) b.insert(b.end(), unit.begin(), unit.end());
+        b.resize(n);
+        return b;
+    };
+    auto atDistance = [&](size_t d, size_t len) {  // a random block, then len bytes from d back
+        Bytes b = textLike(d, 7);
+        for (auto& c : b) c = Lum8u(c * 131 + 17);
+        for (size_t i = 0; i < len; ++i) b.push_back(b[b.size() - d]);
+        return b;
+    };
+    const Bytes noise = [] {
+        Bytes b(300000);
+        std::mt19937 gen(3);
+        for (auto& c : b) c = Lum8u(gen());
+        return b;
+    }();
+    std::vector<std::pair<std::string, Bytes>> cases = {
+        {"one run of a byte", Bytes(100000, 'z')},
+        {"two-byte period", repeat({'a', 'b'}, 5000)},
+        {"seven-byte period", repeat({1, 2, 3, 4, 5, 6, 7}, 3001)},
+        {"incompressible", noise},
+        {"noise then text", [&] { Bytes b(noise.begin(), noise.begin() + 700); Bytes t = textLike(5000, 8);
+                                  b.insert(b.end(), t.begin(), t.end()); return b; }()},
+        {"text, 200 KiB", textLike(200000, 9)},
+    };
+    for (size_t n = 0; n <= 40; ++n) cases.push_back({"short text " + std::to_string(n), textLike(n, 10 + n)});
+    for (size_t n : {238, 239, 255, 256, 600}) cases.push_back({"noise " + std::to_string(n), Bytes(noise.begin(), noise.begin() + n)});
+    for (size_t d : {1, 2, 8, 0x800, 0x801, 0x4000, 0x4001, 0x8000, 0x8001, 0xBFFF, 0xC000})
+        for (size_t len : {4, 8, 9, 33, 34, 300})
+            cases.push_back({"distance " + std::to_string(d) + " length " + std::to_string(len), atDistance(d, len)});
+    for (const auto& [what, data] : cases) {
+        const Bytes ours = encode(lumLZO1XST, data, worstCase(data.size()));
+        Bytes back(data.size() + 1);
+        ASSERT_EQ(referenceVerdict(ours, back), lumStsNoErr) << what;
+        EXPECT_TRUE(back == data) << what;
+        expectBothDecode(ours, data, what);
+    }
+}
+
+// Truncated and corrupted streams, each with the room it is decoded into: our safe
+// decoder's verdict is liblzo2's.
+TEST(Lzo, SafeDecoderRefusesWhatLiblzo2Refuses) {
+    const Bytes text = textLike(3000, 11);
+    const Bytes ours = encode(lumLZO1XST, text), best = lzoReference(text, true);
+    auto cut = [](Bytes b, size_t n) { b.resize(b.size() - n); return b; };
+    auto with = [](Bytes b, size_t at, Lum8u v) { b[at] = v; return b; };
+    auto plus = [](Bytes b, const Bytes& tail) { b.insert(b.end(), tail.begin(), tail.end()); return b; };
+    const std::vector<std::tuple<std::string, Bytes, size_t>> cases = {
+        {"end marker alone", {0x11, 0, 0}, 0},
+        {"end marker with length and state bits", {0x12, 'a', 0x13, 3, 0}, 1},
+        {"end marker with an extended length", {0x12, 'a', 0x10, 0, 0, 5, 0, 0}, 1},
+        {"end marker, no room needed", {0x11, 0, 0}, 10},
+        {"end marker cut short", {0x11, 0}, 10},
+        {"a byte after the end marker", {0x11, 0, 0, 0}, 10},
+        {"first literals and the end marker", {0x14, 'a', 'b', 'c', 0x11, 0, 0}, 3},
+        {"first literals, room one short", {0x14, 'a', 'b', 'c', 0x11, 0, 0}, 2},
+        {"first literals past the input", {0x20, 'a', 'b', 'c', 0x11, 0, 0}, 100},
+        {"first literals past input and room", {0x20, 'a', 'b', 'c', 0x11, 0, 0}, 2},
+        {"M2 reaching before the output", {0x12, 'a', 0x44, 0, 0x11, 0, 0}, 10},
+        {"M2 from the first byte", {0x12, 'a', 0x40, 0, 0x11, 0, 0}, 10},
+        {"M1 after literals, before the output", {0x16, 'a', 'b', 'c', 'd', 'e', 0, 0, 0x11, 0, 0}, 10},
+        {"M4 before the output", {0x15, 'a', 'b', 'c', 'd', 0x12, 4, 0, 0x11, 0, 0}, 100},
+        {"literal length extension to the end", {0x00, 0x00, 0x00}, 100},
+        {"our stream, last byte cut", cut(ours, 1), text.size()},
+        {"our stream, room one short", ours, text.size() - 1},
+        {"our stream, two bytes appended", plus(ours, {0, 0}), text.size()},
+        {"our stream, end marker damaged", with(ours, ours.size() - 3, 0x01), text.size()},
+        {"lzo1x_999 stream, last 3 bytes cut", cut(best, 3), text.size()},
+        {"lzo1x_999 stream, room one short", best, text.size() - 1},
+    };
+    for (const auto& [what, stream, room] : cases) expectReferenceVerdict(stream, room, what);
+
+    // Every truncation and a set of byte changes at every position of two small streams,
+    // with an exact and a tight room.
+    for (const Bytes* s : {&ours, &best}) {
+        const Bytes small = s == &ours ? encode(lumLZO1XST, Bytes(text.begin(), text.begin() + 400))
+                                       : lzoReference(Bytes(text.begin(), text.begin() + 400), true);
+        for (size_t n = 1; n < small.size(); ++n) expectReferenceVerdict(cut(small, n), 400, "cut " + std::to_string(n));
+        for (size_t at = 0; at < small.size(); ++at)
+            for (Lum8u v : {0x01, 0x03, 0x11, 0x20, 0x80, 0xFF})
+                for (size_t room : {400, 350})
+                    expectReferenceVerdict(with(small, at, Lum8u(small[at] ^ v)), room,
+                                           "byte " + std::to_string(at) + " ^ " + std::to_string(v));
     }
 }
 
@@ -169,36 +289,42 @@ TEST(Lzo, BadArgumentsGiveTheirStatus) {
     auto* st = reinterpret_cast<LumLZOState_8u*>(state.data());
     const Bytes mt = encode(lumLZO1XMT, src);  // the container says 100 bytes
     int len = 300, neg = -1, ten = 10, short99 = 99;
-    // Evaluated in order: the encode call before the init meets an uninitialised state.
-    std::vector<std::pair<LumStatus, LumStatus>> cases = {
-        {lumStsNullPtrErr, lumsEncodeLZOGetSize(lumLZO1XST, 100, nullptr)},
-        {lumStsBadArgErr, lumsEncodeLZOGetSize(LumLZOMethod(2), 100, &size)},
-        {lumStsSizeErr, lumsEncodeLZOGetSize(lumLZO1XMT, -1, &size)},
-        {lumStsBadArgErr, lumsEncodeLZOInit_8u(LumLZOMethod(-1), 100, st)},
-        {lumStsNullPtrErr, lumsEncodeLZOInit_8u(lumLZO1XST, 100, nullptr)},
-        {lumStsContextMatchErr, lumsEncodeLZO_8u(src.data(), 100, dst.data(), &len, st)},
-        {lumStsNoErr, lumsEncodeLZOInit_8u(lumLZO1XST, 100, st)},
-        {lumStsNullPtrErr, lumsEncodeLZO_8u(nullptr, 100, dst.data(), &len, st)},
-        {lumStsNullPtrErr, lumsEncodeLZO_8u(src.data(), 100, nullptr, &len, st)},
-        {lumStsNullPtrErr, lumsEncodeLZO_8u(src.data(), 100, dst.data(), nullptr, st)},
-        {lumStsNullPtrErr, lumsEncodeLZO_8u(src.data(), 100, dst.data(), &len, nullptr)},
-        {lumStsSizeErr, lumsEncodeLZO_8u(src.data(), -1, dst.data(), &len, st)},
+    // Run in order: the encode call before the init meets an uninitialised state.
+    std::vector<std::tuple<std::string, LumStatus, std::function<LumStatus()>>> cases = {
+        {"size: no result", lumStsNullPtrErr, [&] { return lumsEncodeLZOGetSize(lumLZO1XST, 100, nullptr); }},
+        {"size: method 2", lumStsBadArgErr, [&] { return lumsEncodeLZOGetSize(LumLZOMethod(2), 100, &size); }},
+        {"size: negative length", lumStsSizeErr, [&] { return lumsEncodeLZOGetSize(lumLZO1XMT, -1, &size); }},
+        {"init: method -1", lumStsBadArgErr, [&] { return lumsEncodeLZOInit_8u(LumLZOMethod(-1), 100, st); }},
+        {"init: no state", lumStsNullPtrErr, [&] { return lumsEncodeLZOInit_8u(lumLZO1XST, 100, nullptr); }},
+        {"encode: state not initialised", lumStsContextMatchErr,
+         [&] { return lumsEncodeLZO_8u(src.data(), 100, dst.data(), &len, st); }},
+        {"init", lumStsNoErr, [&] { return lumsEncodeLZOInit_8u(lumLZO1XST, 100, st); }},
+        {"encode: no source", lumStsNullPtrErr, [&] { return lumsEncodeLZO_8u(nullptr, 100, dst.data(), &len, st); }},
+        {"encode: no destination", lumStsNullPtrErr, [&] { return lumsEncodeLZO_8u(src.data(), 100, nullptr, &len, st); }},
+        {"encode: no length", lumStsNullPtrErr, [&] { return lumsEncodeLZO_8u(src.data(), 100, dst.data(), nullptr, st); }},
+        {"encode: no state", lumStsNullPtrErr, [&] { return lumsEncodeLZO_8u(src.data(), 100, dst.data(), &len, nullptr); }},
+        {"encode: negative length", lumStsSizeErr, [&] { return lumsEncodeLZO_8u(src.data(), -1, dst.data(), &len, st); }},
     };
-    for (Decoder decode : kDecoders)
-        cases.insert(cases.end(), {{lumStsNullPtrErr, decode(nullptr, 3, dst.data(), &ten)},
-                                   {lumStsNullPtrErr, decode(src.data(), 3, nullptr, &ten)},
-                                   {lumStsNullPtrErr, decode(src.data(), 3, dst.data(), nullptr)},
-                                   {lumStsSizeErr, decode(src.data(), -1, dst.data(), &ten)},
-                                   {lumStsSizeErr, decode(src.data(), 3, dst.data(), &neg)},
-                                   {lumStsCorruptDataErr, decode(src.data(), 0, dst.data(), &ten)},
-                                   {lumStsSizeErr, decode(mt.data(), int(mt.size()), dst.data(), &short99)}});
-    for (size_t i = 0; i < cases.size(); ++i) EXPECT_EQ(cases[i].second, cases[i].first) << "case " << i;  // decoders from case 12, 7 each
+    for (Decoder decode : kDecoders) {
+        const std::string d = decode == lumsDecodeLZO_8u ? "decode: " : "safe decode: ";
+        cases.insert(cases.end(), {
+            {d + "no source", lumStsNullPtrErr, [&, decode] { return decode(nullptr, 3, dst.data(), &ten); }},
+            {d + "no destination", lumStsNullPtrErr, [&, decode] { return decode(src.data(), 3, nullptr, &ten); }},
+            {d + "no length", lumStsNullPtrErr, [&, decode] { return decode(src.data(), 3, dst.data(), nullptr); }},
+            {d + "negative source length", lumStsSizeErr, [&, decode] { return decode(src.data(), -1, dst.data(), &ten); }},
+            {d + "negative room", lumStsSizeErr, [&, decode] { return decode(src.data(), 3, dst.data(), &neg); }},
+            {d + "empty source", lumStsCorruptDataErr, [&, decode] { return decode(src.data(), 0, dst.data(), &ten); }},
+            {d + "container larger than the room", lumStsSizeErr,
+             [&, decode] { return decode(mt.data(), int(mt.size()), dst.data(), &short99); }},
+        });
+    }
+    for (const auto& [what, expect, call] : cases) EXPECT_EQ(call(), expect) << what;
     EXPECT_EQ(std::count(dst.begin(), dst.end(), 0), 300);
 }
 
-// Random bytes, mutated and truncated streams of both formats: the safe decoder returns
-// an error or a decoded length within the room, and never touches a byte outside its
-// buffers.
+// Random bytes, mutated and truncated streams of both formats: the safe decoder gives
+// liblzo2's verdict on plain streams, on containers an error or a decoded length within
+// the room, and never touches a byte outside its buffers.
 TEST_F(Threads, SafeDecoderSurvivesCorruptInput) {
     ASSERT_EQ(lumSetNumThreads(2), lumStsNoErr);
     const Bytes text = textLike(70000, 4);
@@ -221,6 +347,10 @@ TEST_F(Threads, SafeDecoderSurvivesCorruptInput) {
                 in[(kind == 2 ? gen() % 40 : gen() % in.size()) % in.size()] = Lum8u(gen());
         }
         const int room = int(gen() % 2 ? text.size() : gen() % 4000);
+        if (!in.empty() && in[0] != 0x10) {  // a plain stream: liblzo2 is the oracle
+            errors += expectReferenceVerdict(in, room, "round " + std::to_string(round)) != lumStsNoErr;
+            continue;
+        }
         const auto src = exact(in), dst = exact({}, room);
         int len = room;
         const LumStatus s = lumsDecodeLZOSafe_8u(src.get(), int(in.size()), dst.get(), &len);
