@@ -28,11 +28,12 @@
 
 namespace lum::lzo {
 
-// Work memory of the compressor: its hash table, cleared on every call.
-constexpr int kCompressWorkLen = (1 << 14) * 2;
+// Work memory of the compressor: its hash table of 16-bit entries, cleared on every call.
+constexpr int kCompressHashBits = 14;
+constexpr int kCompressWorkLen = (1 << kCompressHashBits) * 2;
 
 // Compresses src[0, n) into dst, which holds at least worstCase(n) bytes; returns the
-// stream length. `work` is kCompressWorkLen bytes at any alignment.
+// stream length. `work` is kCompressWorkLen bytes aligned to 2 bytes or more.
 std::size_t compress(const Lum8u* src, std::size_t n, Lum8u* dst, void* work);
 
 // The decoders' verdicts, one for each way a stream can fail.
