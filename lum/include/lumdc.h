@@ -277,7 +277,7 @@ LUM_API LumStatus lumsInflate_8u(const Lum8u** ppSrc, int* pSrcLen, Lum32u* pCod
 
 /* ==== LZO (LZO1X) ======================================================================
  * "ST" writes one plain LZO1X stream with the library's own LZO1X-1 style coder: greedy
- * matches of 4 bytes or more found through a hash table of 16384 entries, up to 49151
+ * matches of 4 bytes or more found through a hash table of 8192 entries, up to 49151
  * bytes back, coded as M2, M3 or M4 instructions, and literal runs; it ends with the
  * end marker 0x11 0 0. Any LZO1X decoder (liblzo2's lzo1x_decompress among them) reads
  * it. "MT" cuts the input into up to lumGetNumThreads() segments of at least 131072 bytes

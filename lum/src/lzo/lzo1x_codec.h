@@ -29,7 +29,7 @@
 namespace lum::lzo {
 
 // Work memory of the compressor: its hash table of 16-bit entries, cleared on every call.
-constexpr int kCompressHashBits = 14;
+constexpr int kCompressHashBits = 13;
 constexpr int kCompressWorkLen = (1 << kCompressHashBits) * 2;
 
 // Compresses src[0, n) into dst, which holds at least worstCase(n) bytes; returns the

@@ -1,6 +1,6 @@
 // LZO1X compression in one greedy pass.
 //
-// The match finder is a hash table of 16384 entries indexed by the next 5 bytes (hashing
+// The match finder is a hash table of 8192 entries indexed by the next 5 bytes (hashing
 // 5 rather than 4 leaves out most matches of only 4 bytes, which save one byte and cost
 // as much time as a long one). An entry holds the low 16 bits of the last position with
 // that hash: every match lies less than 49152 bytes back, so the position is the one
@@ -35,10 +35,8 @@ inline Lum64u load64(const Lum8u* p) {
     return v;
 }
 
-// Hash of the 5 bytes at p (of the 8 it reads).
-inline unsigned hash5(const Lum8u* p) {
-    return unsigned((load64(p) << 24) * 0x9E3779B185EBCA87ull >> (64 - kHashBits));
-}
+// Hash of the low 5 bytes of w, the 8 bytes at a position.
+inline unsigned hash5(Lum64u w) { return unsigned((w << 24) * 0x9E3779B185EBCA87ull >> (64 - kHashBits)); }
 
 // A length field of `base` with `max` values inline; longer lengths are written as zero
 // bytes of 255 each and a final nonzero byte.
@@ -126,8 +124,9 @@ std::size_t compress(const Lum8u* src, std::size_t n, Lum8u* dst, void* work) {
             std::size_t misses = 8;  // the step is misses / 8
             for (;;) {
                 if (ip >= limit) goto tail;
-                const Lum32u v = load32(ip);
-                const unsigned h = hash5(ip);
+                const Lum64u w = load64(ip);
+                const Lum32u v = Lum32u(w);
+                const unsigned h = hash5(w);
                 const std::size_t pos = std::size_t(ip - src);
                 d = (pos - table[h]) & 0xFFFF;
                 table[h] = Lum16u(pos);
@@ -156,7 +155,7 @@ std::size_t compress(const Lum8u* src, std::size_t n, Lum8u* dst, void* work) {
             op = putMatch(op, d, len);
             ip += len;
             anchor = ip;
-            if (ip < limit) table[hash5(ip - 2)] = Lum16u(ip - 2 - src);
+            if (ip < limit) table[hash5(load64(ip - 2))] = Lum16u(ip - 2 - src);
         }
     }
 tail:
