@@ -1,5 +1,5 @@
 # Debian's compression libraries as imported targets: the lum libraries build on some of
-# them (suffix sorting, LZO1X) and the tests and tools use them all as references.
+# them (suffix sorting) and the tests and tools use them all as references.
 #   ref::zlib ref::bz2 ref::lzo2 ref::deflate ref::divsufsort
 find_package(ZLIB REQUIRED)
 find_package(BZip2 REQUIRED)
