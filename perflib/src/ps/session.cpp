@@ -12,7 +12,10 @@
 #include "table.h"
 #include "tabletitle.h"
 
+#include <cerrno>
+#include <climits>
 #include <cstdio>
+#include <cstdlib>
 #include <ctime>
 
 #ifndef PERFDC_BUILD_DATE
@@ -287,6 +290,23 @@ psHostFacts hostFacts()
     return psHostFacts::gather(answered ? cache : 0);
 }
 
+// Seconds a parameter combination may run (PERFDC_TEST_TIMEOUT; 0 turns the limit off).
+// A value that is no count of seconds is said on standard error, away from the
+// listing, and the default holds.
+int testTimeout()
+{
+    const int fallback = 300;
+    const char* text = std::getenv("PERFDC_TEST_TIMEOUT");
+    if (!text || !*text) return fallback;
+    char* end = nullptr;
+    errno = 0;
+    const long seconds = std::strtol(text, &end, 10);
+    if (errno == 0 && end != text && *end == '\0' && seconds >= 0 && seconds <= INT_MAX) return static_cast<int>(seconds);
+    std::fprintf(stderr, "PERFDC_TEST_TIMEOUT=%s is no number of seconds: a test is stopped after %d s\n", text,
+                 fallback);
+    return fallback;
+}
+
 }  // namespace
 
 psRunContext psSession::runContext() const
@@ -386,6 +406,7 @@ int psSession::run(int argc, char** argv)
     setLumEnvironment();
     initSession();
     psRegTest(new psCpuTest(hostFacts));
+    psTest::m_timeout = testTimeout();
     pTestList->m_startTime = time(nullptr);
 
     int result = 0;

@@ -26,6 +26,7 @@ bool psTest::m_cache = false;
 bool psTest::m_pressing = false;
 int psTest::m_vectorNum = 0;
 int psTest::m_vectorShift = 0;
+int psTest::m_timeout = 300;
 int psTest::m_nameMode = 0;
 bool psTest::m_nameExit = false;
 const psTool* psTest::m_pSessionTool = nullptr;
@@ -57,6 +58,8 @@ RunState s_run;
 // exception thrown from the middle of a measurement.
 void recoverFromTrap()
 {
+    psWatchdog::stop();
+    g_progress.clear();  // a run stopped inside a timing leaves no status line behind
     ps_clear_fpu();
     ps_set_cw_fpu(s_run.x87Control, 0xFFFF);
     ps_set_ssx(s_run.mxcsr & ~63u, 0xFFFF);
@@ -365,6 +368,9 @@ void psTest::loopData()
             break;
         }
         m_first = false;
+        // A combination that does not return in time (its data preparation, timing
+        // and check) is stopped like a crash; the countdown restarts between timings.
+        psWatchdog::start(m_timeout);
         s_run.dataPending = true;
         if (initData()) {
             if (firstPass) outputConst();
@@ -383,6 +389,7 @@ void psTest::loopData()
         flushData();
         s_run.dataPending = false;
     }
+    psWatchdog::stop();
     if (!empty && m_currentResult == UNDEFINED) {
         g_ostrm << ERR << "-- Error while initialization of function data\n" << END_MSG;
         m_currentResult = DATAFAIL;

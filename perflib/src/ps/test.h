@@ -134,6 +134,7 @@ public:
     static int m_vectorShift;
     static int m_numParmsColm;
     static int m_numResultColm;
+    static int m_timeout;        // seconds a parameter combination may run before it is stopped (0: no limit)
     static int m_nameMode;       // bit 1: name lines in the table ("-q+"), bit 2: a name-table file
     static bool m_nameExit;      // -Q: only the names are written, nothing is measured
     // The session's engine, whose settings every test takes over at the start of its
