@@ -63,7 +63,7 @@ TEST(Conditions, VerdictTable) {
         addConditions(cond, c.keys);
         cond.logic = c.logic;
         for (size_t i = 0; i < tests.size(); ++i) {
-            EXPECT_EQ(cond.tobeRun(tests[i]), c.selected[i])
+            EXPECT_EQ(cond.tobeRun(tests[i]->names()), c.selected[i])
                 << (c.keys.empty() ? "" : c.keys[0]) << " ... (" << c.keys.size() << " keys, logic " << c.logic
                 << ") on " << tests[i]->getFuncName().c_str();
         }

@@ -3,7 +3,9 @@
 // facts are missing.
 #include "cachesize.h"
 #include "cpuinfo.h"
+#include "cputest.h"
 #include "helpers.h"
+#include "libenv.h"
 #include "ticker.h"
 
 #include <gtest/gtest.h>
@@ -161,6 +163,29 @@ TEST_F(HostFacts, AvxNeedsTheRegisterStateTheOsSaves)
         EXPECT_EQ(psCpuFeatures::levelOf(features).str(), c.level) << c.xcr0;
         EXPECT_EQ((features & lumCpuFeatureAVX2) != 0, std::string(c.level) == "AVX2");
         EXPECT_EQ(g_xgetbvCalled, c.xgetbv) << c.osxsave;
+    }
+}
+
+TEST_F(HostFacts, Avx512NeedsTheZmmStateTheOsSaves)
+{
+    const Lum64u avx512 = lumCpuFeatureAVX512F | lumCpuFeatureAVX512BW | lumCpuFeatureAVX512VL;
+    const struct { const char* label; unsigned long long xcr0; bool usable; const char* level; } cases[] = {
+        {"the OS saves the opmask and ZMM registers", 0xE7, true, "AVX512"},
+        {"XGETBV bits 5-7 clear: AVX-512 in CPUID only", 0x7, false, "AVX2"},
+        {"only the upper ZMM halves missing (bit 6)", 0xA7, false, "AVX2"},
+    };
+    for (const auto& c : cases) {
+        Machine m = avx2Machine(true, c.xcr0);
+        for (Leaf& l : m.leaves) {  // leaf 7 also announces AVX512F, AVX512BW, AVX512VL and VPCLMUL
+            if (l.leaf != 7) continue;
+            l.regs.b |= 1u << 16 | 1u << 30 | 1u << 31;
+            l.regs.c |= 1u << 10;
+        }
+        simulate(m);
+        const Lum64u features = psCpuFeatures::detected();
+        EXPECT_EQ((features & avx512) == avx512, c.usable) << c.label;
+        EXPECT_EQ((features & avx512) == 0, !c.usable) << c.label;
+        EXPECT_EQ(psCpuFeatures::levelOf(features).str(), c.level) << c.label;
     }
 }
 

@@ -6,6 +6,7 @@
 #include "keys.h"
 #include "libenv.h"
 #include "registry.h"
+#include "session.h"
 #include "timing.h"
 
 #include <gtest/gtest.h>

@@ -67,11 +67,9 @@ TEST_F(LibEnv, StartUpMessagesThroughTheLibrary) {
         FakeLum::initCalls = FakeLum::threads = 0;
         FakeLum::mask = 0;
         setLumEnvironment();
-        s_cpuFeature = c.cpu;
-        s_numThreads = c.threads;
         Capture cap;
         g_ostrm.setOutLevel(ERR | WARN | PERF);
-        psApplyLumSettings();
+        psApplyLumSettings(c.cpu, c.threads);
         const std::string integrated = "\nLUM Core library functions have been integrated into PS\n";
         EXPECT_EQ(cap.text(), c.expected + integrated);
         // lumInit runs silently without -T, and after a refused mask.

@@ -3,6 +3,7 @@
 #include "conditions.h"
 #include "fpguard.h"
 #include "helpers.h"
+#include "listing.h"
 #include "paths.h"
 #include "registry.h"
 #include "reports.h"
@@ -170,7 +171,7 @@ TEST(ReportTestResult, SummaryLineFields) {
     g_ssx.setAccumulated(0);
     for (const Case& c : cases) {
         ReportedTest t("lumsX_8u", c.info, c.result, 7);
-        psReportTestResult r(&t);
+        psReportTestResult r(t.facts());
         EXPECT_STREQ(r.line().c_str(), c.expect);
         EXPECT_EQ(capture<psUStream>(r), std::string(c.expect) + "\n");
     }
@@ -179,7 +180,7 @@ TEST(ReportTestResult, SummaryLineFields) {
     g_ssx.setAccumulated(0x9F80);
     ReportedTest t("lumsX_8u", "TimdcX//", OK);
     psStringList fields;
-    psReportTestResult(&t).line().parse(fields, ",");
+    psReportTestResult(t.facts()).line().parse(fields, ",");
     ASSERT_EQ(fields.count(), 11);
     EXPECT_STREQ(fields.at(2).c_str(), "Near 53 Invalid Denormal Zerodivide Overflow Underflow Inexact");
     EXPECT_STREQ(fields.at(3).c_str(), "?Invalid");
@@ -188,12 +189,12 @@ TEST(ReportTestResult, SummaryLineFields) {
     g_ctrl87.setWords(0, 0);
     g_ssx.setAccumulated(0);
     // The summary header has no console form.
-    EXPECT_EQ(capture<psOStream>(psReportTestResult(nullptr)), "");
+    EXPECT_EQ(capture<psOStream>(psReportTestResult()), "");
 }
 
 TEST(ReportTestResult, ConsoleBlockAndMissingMeasurement) {
     ReportedTest measured("lumsX_8u", "TimdcX//", ACCURWRN, 65);
-    const std::string block = capture<psOStream>(psReportTestResult(&measured));
+    const std::string block = capture<psOStream>(psReportTestResult(measured.facts()));
     expectFramed(block);
     const std::vector<std::string> lines = psTestLines(block);
     ASSERT_EQ(lines.size(), 3u);
@@ -201,14 +202,14 @@ TEST(ReportTestResult, ConsoleBlockAndMissingMeasurement) {
     EXPECT_EQ(lines[1].substr(64), "Time 00:01:05 |");
 
     ReportedTest idle("lumsX_8u", "TimdcX//", UNDEFINED);
-    const std::string idleText = capture<psOStream>(psReportTestResult(&idle));
+    const std::string idleText = capture<psOStream>(psReportTestResult(idle.facts()));
     EXPECT_EQ(idleText.substr(0, 33), "--No measurements have been done\n");
     expectFramed(idleText.substr(33));
 }
 
 TEST(ReportTestTitle, LabelledLinesAndNoSummaryLine) {
     ReportedTest t("lumsEncodeLZSS_8u", "TimdcLZSS//PP_REG_I", OK);
-    const psReportTestTitle title(&t);
+    const psReportTestTitle title(t.facts());
     const std::string block = capture<psOStream>(title);
     expectFramed(block);
     const std::vector<std::string> lines = psTestLines(block);

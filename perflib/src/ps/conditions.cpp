@@ -1,13 +1,11 @@
 #include "conditions.h"
 
-#include "test.h"
-
-const psString& RunCondition::nameOf(const psTest* test) const
+const psString& RunCondition::nameOf(const psTestNames& test) const
 {
     switch (field) {
-    case COND_TEST: return test->getInfo().testName;
-    case COND_FILE: return test->getSrcPath();
-    default: return test->getFuncName();
+    case COND_TEST: return test.test;
+    case COND_FILE: return test.file;
+    default: return test.func;
     }
 }
 
@@ -74,14 +72,14 @@ int psConditions::count(int field, int group) const
     return n;
 }
 
-bool psConditions::tobeRun_or(const psTest* test, int field, int group) const
+bool psConditions::tobeRun_or(const psTestNames& test, int field, int group) const
 {
     for (const RunCondition* c : m_list)
         if (c->field == field && c->group == group && c->tobeRun(test)) return true;
     return false;
 }
 
-bool psConditions::tobeRun_and(const psTest* test, int field) const
+bool psConditions::tobeRun_and(const psTestNames& test, int field) const
 {
     for (const RunCondition* c : m_list)
         if (c->field == field && c->group == COND_MUST && !c->tobeRun(test)) return false;
@@ -90,7 +88,7 @@ bool psConditions::tobeRun_and(const psTest* test, int field) const
 
 // Within a field: equal to one of the exact patterns, or else (contains one of the
 // plain patterns, when there are any, and holds every must condition).
-bool psConditions::tobeRun(const psTest* test, int field) const
+bool psConditions::tobeRun(const psTestNames& test, int field) const
 {
     if (tobeRun_or(test, field, COND_EXACT)) return true;
     if (count(field, COND_EXACT) == count(field)) return false;
@@ -98,7 +96,7 @@ bool psConditions::tobeRun(const psTest* test, int field) const
     return tobeRun_and(test, field);
 }
 
-bool psConditions::tobeRun(const psTest* test) const
+bool psConditions::tobeRun(const psTestNames& test) const
 {
     if (m_list.isEmpty()) return true;
     for (int field = COND_FUNC; field <= COND_FILE; ++field) {

@@ -6,7 +6,12 @@
 
 #include "psstring.h"
 
-class psTest;
+// The names of a test that the conditions look at.
+struct psTestNames {
+    const psString& func;  // the library function
+    const psString& test;  // the test name of the registration
+    const psString& file;  // the registered source path
+};
 
 // Which name of a test a condition looks at.
 enum psConditionField { COND_FUNC = 0, COND_TEST = 1, COND_FILE = 2 };
@@ -22,7 +27,7 @@ class RunCondition {
 public:
     RunCondition(int grp, int fld, const psString& pat) : group(grp), field(fld), pattern(pat) {}
     virtual ~RunCondition() {}
-    virtual bool tobeRun(const psTest* test) const = 0;
+    virtual bool tobeRun(const psTestNames& test) const = 0;
 
     int group;
     int field;
@@ -30,7 +35,7 @@ public:
 
 protected:
     // The name of the test this condition compares.
-    const psString& nameOf(const psTest* test) const;
+    const psString& nameOf(const psTestNames& test) const;
 };
 
 // One condition class per field and modifier; Code is a psConditionCode.
@@ -41,7 +46,7 @@ public:
         : RunCondition(Code == COND_CONTAINS ? COND_ANY : Code == COND_EQUALS ? COND_EXACT : COND_MUST, Field, pat)
     {
     }
-    bool tobeRun(const psTest* test) const override
+    bool tobeRun(const psTestNames& test) const override
     {
         const psString& name = nameOf(test);
         switch (Code) {
@@ -85,10 +90,10 @@ public:
     int count(int field) const;
     int count(int field, int group) const;
 
-    bool tobeRun_or(const psTest* test, int field, int group) const;
-    bool tobeRun_and(const psTest* test, int field) const;
-    bool tobeRun(const psTest* test, int field) const;
-    bool tobeRun(const psTest* test) const;
+    bool tobeRun_or(const psTestNames& test, int field, int group) const;
+    bool tobeRun_and(const psTestNames& test, int field) const;
+    bool tobeRun(const psTestNames& test, int field) const;
+    bool tobeRun(const psTestNames& test) const;
 
     int logic;
 

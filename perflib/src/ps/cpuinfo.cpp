@@ -1,12 +1,10 @@
 #include "cpuinfo.h"
 
 #include "cachesize.h"
-#include "reports.h"
 #include "ticker.h"
 
-#include <cpuid.h>
+#include <cstdio>
 #include <cstring>
-#include <unistd.h>
 
 // Without the library's feature tables the framework still names the baseline.
 #ifndef LUM_CPU_FEATURE_NAMES
@@ -24,32 +22,11 @@ struct FeatureName {
 const FeatureName kFeatures[] = LUM_CPU_FEATURE_NAMES;
 const FeatureName kLevels[] = LUM_CPU_LEVELS;
 
-// ---------------------------------------------------------------- host source
-
-psCpuidRegs hostCpuid(unsigned leaf, unsigned sub)
-{
-    psCpuidRegs r;
-    __cpuid_count(leaf, sub, r.a, r.b, r.c, r.d);
-    return r;
-}
-
-unsigned long long hostXgetbv()
-{
-    unsigned lo, hi;
-    __asm__ __volatile__("xgetbv" : "=a"(lo), "=d"(hi) : "c"(0));
-    return (static_cast<unsigned long long>(hi) << 32) | lo;
-}
-
-long hostProcessors() { return sysconf(_SC_NPROCESSORS_ONLN); }
-
-const psHostSource kHost = {hostCpuid, hostXgetbv, psOsCacheBytes, hostProcessors};
-const psHostSource* g_source = &kHost;
-
 // The register state the operating system saves (XCR0), 0 when it cannot be read.
 unsigned long long xcr0()
 {
     if (!(psCpuid(1).c & (1u << 27))) return 0;  // OSXSAVE
-    return g_source->xgetbv();
+    return psHost().xgetbv();
 }
 
 // How one feature name is detected: a CPUID bit and the register state it needs.
@@ -121,7 +98,7 @@ psString brandString()
     return registerText(regs, 12);
 }
 
-long onlineProcessors() { return g_source->onlineProcessors(); }
+long onlineProcessors() { return psHost().onlineProcessors(); }
 
 // ---------------------------------------------------------------- names
 
@@ -154,8 +131,9 @@ bool readMask(const psString& text, Lum64u& mask)
     return true;
 }
 
-// Joins the names of the features in mask, in table order.
-psString featureNames(Lum64u mask, const char* sep)
+}  // namespace
+
+psString psCpuFeatures::featureNames(Lum64u mask, const char* sep)
 {
     psString s;
     for (const FeatureName& f : kFeatures) {
@@ -166,9 +144,7 @@ psString featureNames(Lum64u mask, const char* sep)
     return s;
 }
 
-// Wraps words (separated by blanks) into lines of at most width columns; the
-// first line begins with first, the others with indent.
-psString wrapWords(const psString& words, const psString& first, const psString& indent, int width)
+psString psWrapWords(const psString& words, const psString& first, const psString& indent, int width)
 {
     psStringList list;
     words.parse(list, " ");
@@ -186,11 +162,6 @@ psString wrapWords(const psString& words, const psString& first, const psString&
     if (!lineEmpty) out << line << "\n";
     return out;
 }
-
-// " <label padded>: " of the CPU report lines.
-psString reportLabel(const char* label) { return sFormat(psString(" ") + label, -11) + ": "; }
-
-}  // namespace
 
 // ---------------------------------------------------------------- psCpuFeatures
 
@@ -252,7 +223,7 @@ psString psCpuFeatures::optimizedList()
         previous = l.mask;
     }
     s << "    or single features joined by '|' or '+':\n";
-    s << wrapWords(featureNames(~Lum64u(0), " "), "        ", "        ", 78);
+    s << psWrapWords(featureNames(~Lum64u(0), " "), "        ", "        ", 78);
     psString here = levelOf(detected());
     if (!here.empty()) s << "    The highest level of this processor is " << here << "\n";
     return s;
@@ -283,84 +254,17 @@ psString cpuInfo()
 
 // ---------------------------------------------------------------- host facts
 
-void psSimulateHost(const psHostSource* source) { g_source = source ? source : &kHost; }
-
-const psHostSource& psHost() { return *g_source; }
-
-psCpuidRegs psCpuid(unsigned leaf, unsigned sub)
-{
-    const unsigned base = leaf & 0x80000000u;
-    unsigned max = g_source->cpuid(base, 0).a;
-    if (base && (max & 0xFFFF0000u) != base) max = 0;  // no extended leaves
-    if (leaf > max) return psCpuidRegs();
-    return g_source->cpuid(leaf, sub);
-}
-
-psHostFacts psHostFacts::gather()
+psHostFacts psHostFacts::gather(int libraryCacheBytes)
 {
     psHostFacts f;
     f.vendor = vendorString();
     f.brand = brandString();
     f.processors = onlineProcessors();
     f.features = psCpuFeatures::detected();
-    // The library's answer, else the framework's own detection.
-    int cache = 0;
-    const bool answered = lum_GetMaxCacheSizeB && lum_GetMaxCacheSizeB(&cache) == 0 && cache > 0;
-    if (!answered && ps_lumGetMaxCacheSizeB(&cache) != 0) cache = 0;
+    int cache = libraryCacheBytes;
+    if (cache <= 0 && ps_lumGetMaxCacheSizeB(&cache) != 0) cache = 0;
     f.cacheBytes = cache;
     const int freq = psCpuTicker::getFreq();
     f.freqMHz = freq > 0 ? static_cast<unsigned>(freq) : 0;
     return f;
-}
-
-// ---------------------------------------------------------------- the test
-
-// The registration info's class field is what the test title shows as description.
-psCpuTest::psCpuTest()
-    : psTest(static_cast<psCustomFunc>(nullptr), "__psOrvexCpuTest", "ps", "Orvex CPU information/__psOrvexCpu/")
-{
-}
-
-psString psCpuTest::report(const psHostFacts& f)
-{
-    const char* const notReported = "not reported by the processor";
-    psString s;
-    s << reportLabel("Vendor") << (f.vendor.empty() ? psString(notReported) : f.vendor) << "\n";
-    s << reportLabel("Brand") << (f.brand.empty() ? psString(notReported) : f.brand) << "\n";
-    s << reportLabel("Processors");
-    if (f.processors > 0)
-        s << f.processors << "\n";
-    else
-        s << "unknown (the operating system does not tell)\n";
-    psString level = psCpuFeatures::levelOf(f.features);
-    s << reportLabel("Level") << (level.empty() ? psString("none of the named levels") : level) << "\n";
-    psString first = reportLabel("Features");
-    psString names = featureNames(f.features, " ");
-    if (names.empty()) names = "none detected";
-    s << wrapWords(names, first, sFormat(psString(), first.length()), 78);
-    s << reportLabel("Max cache");
-    if (f.cacheBytes > 0)
-        s << f.cacheBytes / 1024 << " KB\n";
-    else
-        s << "unknown (neither the processor nor the operating system describes its caches)\n";
-    s << reportLabel("Frequency");
-    if (f.freqMHz > 0)
-        s << f.freqMHz << " MHz (estimated)\n";
-    else
-        s << "unknown (the time-stamp counter gave no estimate)\n";
-    return s;
-}
-
-psResult psCpuTest::run()
-{
-    m_startTime = time(nullptr);
-    m_result = OK;
-    m_currentResult = OK;
-    g_ostrm << psReportTestTitle(this);
-    g_ustrm << psReportTestTitle(this);
-    g_ostrm << ERR << report() << END_MSG_FLUSH;
-    m_endTime = time(nullptr);
-    g_ostrm << psReportTestResult(this);
-    g_ustrm << psReportTestResult(this);
-    return m_result;
 }

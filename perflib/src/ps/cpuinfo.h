@@ -1,34 +1,12 @@
-// Processor information: where the framework's host facts come from (the processor
-// and the operating system, or a simulated host in tests), the always-present CPU
-// information test, the one-line processor description of the title report and the
-// CPU feature names of -T.
+// Host detection: the facts of the processor (through the host source of host.h),
+// the one-line processor description of the run title and the CPU feature names of
+// -T. It answers questions and prints nothing.
 #ifndef PS_CPUINFO_H
 #define PS_CPUINFO_H
 
-#include "libenv.h"
-#include "test.h"
-
-// One CPUID answer.
-struct psCpuidRegs {
-    unsigned a = 0, b = 0, c = 0, d = 0;
-};
-
-// The host as the framework reads it. Tests put a simulated host in its place.
-struct psHostSource {
-    psCpuidRegs (*cpuid)(unsigned leaf, unsigned sub);
-    unsigned long long (*xgetbv)();   // register state the OS saves; only asked when leaf 1 announces OSXSAVE
-    long long (*osCacheBytes)();      // largest data cache the OS names, 0: none
-    long (*onlineProcessors)();       // less than 1: unknown
-};
-
-// The source the framework reads from now on; nullptr restores the real host.
-// The source must outlive its use.
-void psSimulateHost(const psHostSource* source);
-const psHostSource& psHost();
-
-// CPUID through the source in force: all zero for a leaf above the processor's highest
-// basic or extended leaf (an extended maximum that is no extended leaf number means none).
-psCpuidRegs psCpuid(unsigned leaf, unsigned sub = 0);
+#include "host.h"
+#include "lumtypes.h"
+#include "psstring.h"
 
 // Facts of the host, each of which may be missing on an odd (virtual) processor.
 struct psHostFacts {
@@ -39,9 +17,10 @@ struct psHostFacts {
     int cacheBytes = 0;   // 0: not found
     unsigned freqMHz = 0; // 0: could not be estimated
 
-    // What the source in force tells, with the cache through the library slot and the
-    // frequency estimated by the ticker (the first time it takes 2 to 3 s).
-    static psHostFacts gather();
+    // What the source in force tells. The cache is the library's answer when it gave
+    // one (libraryCacheBytes > 0), else the framework's own detection; the frequency
+    // is estimated by the ticker (the first time it takes 2 to 3 s).
+    static psHostFacts gather(int libraryCacheBytes = 0);
 };
 
 // One-line processor description: brand string and the highest code-path level the
@@ -63,17 +42,12 @@ public:
     static Lum64u detected();
     // Name of the highest level whose features are all in mask (empty: none).
     static psString levelOf(Lum64u mask);
+    // The feature names of a mask joined by sep, in table order.
+    static psString featureNames(Lum64u mask, const char* sep);
 };
 
-// Registered by the session before the keys are read; counted like any test.
-class psCpuTest : public psTest {
-public:
-    psCpuTest();
-    psResult run() override;
-    // The lines the test prints: vendor, brand, processors, features, cache and
-    // frequency; a fact the host does not give reads as such instead of a number.
-    static psString report(const psHostFacts& facts);
-    static psString report() { return report(psHostFacts::gather()); }
-};
+// Wraps words (separated by blanks) into lines of at most width columns; the first
+// line begins with first, the others with indent.
+psString psWrapWords(const psString& words, const psString& first, const psString& indent, int width);
 
 #endif

@@ -1,6 +1,7 @@
 // psException, the one error type that stops a test or a parameter, and tsSignal,
 // the process-wide trap that turns SIGSEGV, SIGFPE and SIGILL inside a guarded
-// region into a psException.
+// region into a psException. psWatchdog stops a guarded region that does not
+// return in time through the same trap.
 #ifndef PS_EXCEPTIONS_H
 #define PS_EXCEPTIONS_H
 
@@ -13,6 +14,10 @@
 struct psSignalText {
     const char* text;
 };
+// The whole message of a region stopped from outside (the watchdog).
+struct psStopText {
+    const char* text;
+};
 
 class psException {
 public:
@@ -21,6 +26,8 @@ public:
     explicit psException(const char* text) : psException(psString(text)) {}
     // A trapped signal: "--LUM. Signal: <description>".
     explicit psException(psSignalText signal);
+    // A region stopped by the watchdog: the text is the message as it stands.
+    explicit psException(psStopText stop);
     virtual ~psException() {}
 
     const char* msg() const { return m_msg; }
@@ -38,6 +45,8 @@ public:
     static void sig_fpe(int code);
     static int code() { return m_code; }
     static const char* getInfo();
+    // What the armed trap throws for the last trapped code.
+    static psException exception();
 
     static sigjmp_buf m_jmpbuf;
     static volatile int m_code;
@@ -61,7 +70,23 @@ private:
 #define PS_ARM_SIGNAL_TRAP()                                  \
     do {                                                      \
         if (sigsetjmp(tsSignal::m_jmpbuf, 1) != 0)            \
-            throw psException(psSignalText{tsSignal::getInfo()}); \
+            throw tsSignal::exception();                      \
     } while (0)
+
+// A countdown on the thread that arms it: when it runs out before stop(), the
+// thread is stopped through the signal trap (its armed region throws "-- Test
+// stopped after N seconds without returning"). Starting costs one system call, so
+// it is started around a whole sequence of measured calls, never inside one.
+class psWatchdog {
+public:
+    // (Re)starts the countdown of the calling thread; seconds <= 0 stops it.
+    static void start(int seconds);
+    static void stop();
+    // The seconds of the countdown last started (0: none).
+    static int seconds() { return m_seconds; }
+
+private:
+    static int m_seconds;
+};
 
 #endif

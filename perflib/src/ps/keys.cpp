@@ -2,10 +2,10 @@
 
 #include "cpuinfo.h"
 #include "fpguard.h"
+#include "instream.h"
 #include "libenv.h"
 #include "registry.h"
 #include "table.h"
-#include "timing.h"
 
 #include <cctype>
 
@@ -71,10 +71,10 @@ static char upperFirst(const psString& arg) { return static_cast<char>(std::toup
 // The text, or the reason why the key has no effect when the program stops early.
 static psString exitNote(int level, const psString& text)
 {
-    return psSession::isExit(level) ? psSession::getExitInfo() : text;
+    return psSessionSettings::isExit(level) ? psSessionSettings::getExitInfo() : text;
 }
 
-static bool cmdHasKey(char key) { return psSession::pCmdList && psSession::pCmdList->isKey(key); }
+static bool cmdHasKey(char key) { return psSessionSettings::pCmdList && psSessionSettings::pCmdList->isKey(key); }
 
 static psString outPath(const psString& arg, const char* ext) { return psPaths::genOutPath(arg, ext); }
 
@@ -262,7 +262,7 @@ psString s_info(psString arg) { return exitNote(2, arg[0] == '-' ? "don't sort f
 
 psString e_info(psString arg)
 {
-    if (psSession::m_exitLevel == 2) return psSession::getExitInfo();
+    if (psSessionSettings::m_exitLevel == 2) return psSessionSettings::getExitInfo();
     if (arg == "+") return "enumerate applied and not applied library functions and exit";
     if (arg == "-") return "enumerate not applied library functions and exit";
     return "enumerate tested functions and exit";
@@ -288,82 +288,82 @@ psString hq_info(psString arg) { return helpInfo(arg, '?', " with hidden keys");
 
 // Adds an output file to a stream; a file that cannot be opened is remembered for the
 // fatal message after all keys.
-static void addOutput(psSinks& sinks, const psString& path, bool append, psSession* s)
+static void addOutput(psSinks& sinks, const psString& path, bool append, psSessionSettings* s)
 {
     if (!sinks.addStream(path, append)) s->unopenedFile();
 }
 
-static void B_apply(psString, psSession* s) { s->setBatMode(); }
-static void A_apply(psString arg, psSession* s) { s->addAskMode(psAskLevel(arg)); }
-static void d_apply(psString arg, psSession*) { g_istrm.data().set(arg); }
-static void i_apply(psString arg, psSession* s) { s->setIniMode(psPaths::genInPath(arg, ".ini"), false); }
-static void I_apply(psString arg, psSession* s) { s->setIniMode(psPaths::genInPath(arg, ".ini"), true); }
-static void P_apply(psString, psSession*) { psTest::m_pressing = true; }
-static void o_apply(psString arg, psSession* s) { addOutput(g_ostrm, outPath(arg, ".txt"), false, s); }
-static void O_apply(psString arg, psSession* s) { addOutput(g_ostrm, outPath(arg, ".txt"), true, s); }
-static void L_apply(psString arg, psSession* s) { s->addLevelMode(psLevelFromText(arg)); }
-static void r_apply(psString arg, psSession* s) { addOutput(g_cstrm, outPath(arg, ".csv"), false, s); }
-static void R_apply(psString arg, psSession* s) { addOutput(g_cstrm, outPath(arg, ".csv"), true, s); }
+static void B_apply(psString, psSessionSettings* s) { s->setBatMode(); }
+static void A_apply(psString arg, psSessionSettings* s) { s->addAskMode(psAskLevel(arg)); }
+static void d_apply(psString arg, psSessionSettings*) { g_istrm.data().set(arg); }
+static void i_apply(psString arg, psSessionSettings* s) { s->setIniMode(psPaths::genInPath(arg, ".ini"), false); }
+static void I_apply(psString arg, psSessionSettings* s) { s->setIniMode(psPaths::genInPath(arg, ".ini"), true); }
+static void P_apply(psString, psSessionSettings*) { psTest::m_pressing = true; }
+static void o_apply(psString arg, psSessionSettings* s) { addOutput(g_ostrm, outPath(arg, ".txt"), false, s); }
+static void O_apply(psString arg, psSessionSettings* s) { addOutput(g_ostrm, outPath(arg, ".txt"), true, s); }
+static void L_apply(psString arg, psSessionSettings* s) { s->addLevelMode(psLevelFromText(arg)); }
+static void r_apply(psString arg, psSessionSettings* s) { addOutput(g_cstrm, outPath(arg, ".csv"), false, s); }
+static void R_apply(psString arg, psSessionSettings* s) { addOutput(g_cstrm, outPath(arg, ".csv"), true, s); }
 
-static void q_apply(psString arg, psSession* s)
+static void q_apply(psString arg, psSessionSettings* s)
 {
     if (arg[0] == '+') {
-        psSession::m_nameMode |= 1;
+        psSessionSettings::m_nameMode |= 1;
         return;
     }
-    psSession::m_nameMode |= 2;
+    psSessionSettings::m_nameMode |= 2;
     addOutput(g_qstrm, outPath(arg, "_name.csv"), false, s);
 }
 
-static void Q_apply(psString, psSession*)
+static void Q_apply(psString, psSessionSettings*)
 {
-    if (cmdHasKey('q')) psSession::m_nameExit = true;
+    if (cmdHasKey('q')) psSessionSettings::m_nameExit = true;
 }
 
-static void u_apply(psString arg, psSession* s) { addOutput(g_ustrm, outPath(arg, "_sum.csv"), false, s); }
-static void U_apply(psString arg, psSession* s) { addOutput(g_ustrm, outPath(arg, "_sum.csv"), true, s); }
-static void g_apply(psString arg, psSession* s) { s->setSglName(outPath(arg, ".end")); }
+static void u_apply(psString arg, psSessionSettings* s) { addOutput(g_ustrm, outPath(arg, "_sum.csv"), false, s); }
+static void U_apply(psString arg, psSessionSettings* s) { addOutput(g_ustrm, outPath(arg, "_sum.csv"), true, s); }
+static void g_apply(psString arg, psSessionSettings* s) { s->setSglName(outPath(arg, ".end")); }
 
 // The selection keys add one condition each; an empty pattern adds nothing.
-static void addCondition(int field, psString arg, psSession* s)
+static void addCondition(int field, psString arg, psSessionSettings* s)
 {
     int code = getCondition(arg);
     s->addCondition(makeCondition(field, code, arg));
 }
 
-static void f_apply(psString arg, psSession* s) { addCondition(COND_FUNC, arg, s); }
-static void t_apply(psString arg, psSession* s) { addCondition(COND_TEST, arg, s); }
-static void m_apply(psString arg, psSession* s) { addCondition(COND_FILE, arg, s); }
-static void k_apply(psString arg, psSession* s) { s->logicCondition(isOrLogic(arg) ? COND_OR : COND_AND); }
-static void F_apply(psString arg, psSession*) { psTestList::m_startFunc = arg; }
+static void f_apply(psString arg, psSessionSettings* s) { addCondition(COND_FUNC, arg, s); }
+static void t_apply(psString arg, psSessionSettings* s) { addCondition(COND_TEST, arg, s); }
+static void m_apply(psString arg, psSessionSettings* s) { addCondition(COND_FILE, arg, s); }
+static void k_apply(psString arg, psSessionSettings* s) { s->logicCondition(isOrLogic(arg) ? COND_OR : COND_AND); }
+static void F_apply(psString arg, psSessionSettings*) { psTestList::m_startFunc = arg; }
 
-static void Y_apply(psString arg, psSession*)
+static void Y_apply(psString arg, psSessionSettings*)
 {
     int p = priorityOf(arg);
     if (p) psTool::m_priority = p;
 }
 
-static void H_apply(psString arg, psSession*) { psTest::m_hot = isHotOnly(arg) ? 2 : 1; }
+static void H_apply(psString arg, psSessionSettings*) { psTest::m_hot = isHotOnly(arg) ? 2 : 1; }
 
-static void W_apply(psString, psSession*)
+static void W_apply(psString, psSessionSettings*)
 {
     is_W_flagUsed = true;
     ps87::setExceptionValue(0x20);
     psSSX::setExceptionValue(0x1000);
 }
 
-static void T_apply(psString arg, psSession*) { s_cpuFeature = psCpuFeatures::cpuFeatures(arg); }
-static void N_apply(psString arg, psSession*) { s_numThreads = threadsOf(arg); }
-static void S_apply(psString, psSession*) { g_tool.setSetAndUse(true); }
-static void C_apply(psString, psSession*) { psTest::m_cache = true; }
+static void T_apply(psString arg, psSessionSettings* s) { s->cpuFeature = psCpuFeatures::cpuFeatures(arg); }
+static void N_apply(psString arg, psSessionSettings* s) { s->numThreads = threadsOf(arg); }
+static void S_apply(psString, psSessionSettings*) { g_tool.setSetAndUse(true); }
+static void C_apply(psString, psSessionSettings*) { psTest::m_cache = true; }
 
-static void s_apply(psString arg, psSession* s)
+static void s_apply(psString arg, psSessionSettings* s)
 {
     if (arg[0] == '-') s->setQuickMode();
 }
 
-static void e_apply(psString arg, psSession* s) { s->setEnumMode(arg == "-" ? -1 : arg == "+" ? 1 : 0); }
-static void v_apply(psString, psSession*) { s_version = true; }
+static void e_apply(psString arg, psSessionSettings* s) { s->setEnumMode(arg == "-" ? -1 : arg == "+" ? 1 : 0); }
+static void v_apply(psString, psSessionSettings*) { s_version = true; }
 
 static void setHint(const psString& arg, bool hide)
 {
@@ -371,8 +371,8 @@ static void setHint(const psString& arg, bool hide)
     s_hintArg = arg.empty() ? 1 : arg[0];
 }
 
-static void h_apply(psString arg, psSession*) { setHint(arg, true); }
-static void hq_apply(psString arg, psSession*) { setHint(arg, false); }
+static void h_apply(psString arg, psSessionSettings*) { setHint(arg, true); }
+static void hq_apply(psString arg, psSessionSettings*) { setHint(arg, false); }
 
 // ---------------------------------------------------------------- descriptions
 
@@ -415,7 +415,7 @@ struct KeySpec {
 // The library is there when its initialise entry is not the fallback's.
 static bool libraryPresent() { return lum_Init && lum_Init() != PS_LUM_NO_LIBRARY; }
 
-void psRegisterKeys(psSession* session)
+void psRegisterKeys(psSessionSettings* session)
 {
     const KeySpec table[] = {
         {'B', "-B               = batch mode (no console input)\n", B_info, B_apply,

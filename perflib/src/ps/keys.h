@@ -3,17 +3,17 @@
 #ifndef PS_KEYS_H
 #define PS_KEYS_H
 
-#include "session.h"
+#include "settings.h"
 
-// Settings written by the keys (besides the session's own fields).
+// Settings written by the keys (besides the session settings).
 extern bool s_version;       // -v
 extern char s_hintArg;       // 0: no help; 1: short help; else the letter after -h / -?
 extern bool s_hintHide;      // -h hides the hidden keys, -? shows them
 extern bool is_W_flagUsed;   // -W
 extern bool qKeys;           // whether -q and -Q are registered
 
-// Registers the whole key table on the session, in help order.
-void psRegisterKeys(psSession* session);
+// Registers the whole key table on the session settings, in help order.
+void psRegisterKeys(psSessionSettings* session);
 // Resets the key settings above to their initial values.
 void psResetKeySettings();
 

@@ -1,5 +1,6 @@
 #include "libenv.h"
 
+#include "cachesize.h"
 #include "cpuinfo.h"
 #include "streams.h"
 
@@ -13,8 +14,6 @@ psLumSetNumThreadsFunc lum_SetNumThreads = nullptr;
 psLumGetNumThreadsFunc lum_GetNumThreads = nullptr;
 
 psStringList* g_pLibInfoList = nullptr;
-Lum64u s_cpuFeature = 0;
-int s_numThreads = 0;
 
 static psLumEnvironmentFunc s_lumEnvironment = nullptr;
 static psList<psLumVersionFunc>* s_lumVersionList = nullptr;
@@ -108,16 +107,16 @@ static void printStatus(LumStatus status)
             << textOf(lum_GetStatusString(status)) << "\n";
 }
 
-static void applyCpuFeatures()
+static void applyCpuFeatures(Lum64u cpuFeatures)
 {
-    if (s_cpuFeature == 0) {
+    if (cpuFeatures == 0) {
         lum_Init();
         return;
     }
     g_ostrm << ERR << "\n"
-            << "--calling lumSetCpuFeatures( lumCpuFeatures" << psCpuFeatures::cpuLabel(s_cpuFeature) << "="
-            << s_cpuFeature << " )\n";
-    LumStatus status = lum_SetCpuFeatures(s_cpuFeature);
+            << "--calling lumSetCpuFeatures( lumCpuFeatures" << psCpuFeatures::cpuLabel(cpuFeatures) << "="
+            << cpuFeatures << " )\n";
+    LumStatus status = lum_SetCpuFeatures(cpuFeatures);
     printStatus(status);
     if (status < 0) {
         g_ostrm << "--calling lumInit()\n";
@@ -127,24 +126,24 @@ static void applyCpuFeatures()
     g_ostrm << END_MSG;
 }
 
-static void applyNumThreads()
+static void applyNumThreads(int numThreads)
 {
     int n = 0;
     lum_GetNumThreads(&n);
     g_ostrm << ERR << "\n"
             << "--calling lumGetNumThreads: numThreads = " << n << "\n";
-    if (s_numThreads > 0) {
-        g_ostrm << "--calling lumSetNumThreads( " << s_numThreads << " )\n";
-        printStatus(lum_SetNumThreads(s_numThreads));
+    if (numThreads > 0) {
+        g_ostrm << "--calling lumSetNumThreads( " << numThreads << " )\n";
+        printStatus(lum_SetNumThreads(numThreads));
     }
     g_ostrm << END_MSG;
 }
 
-void psApplyLumSettings()
+void psApplyLumSettings(Lum64u cpuFeatures, int numThreads)
 {
     if (!s_lumEnvironment) return;
-    applyCpuFeatures();
-    applyNumThreads();
+    applyCpuFeatures(cpuFeatures);
+    applyNumThreads(numThreads);
     setLumEnvironment();
 }
 
@@ -163,6 +162,4 @@ void psResetLumEnvironment()
     s_lumVersionList = nullptr;
     delete g_pLibInfoList;
     g_pLibInfoList = nullptr;
-    s_cpuFeature = 0;
-    s_numThreads = 0;
 }

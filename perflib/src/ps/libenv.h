@@ -4,27 +4,8 @@
 #ifndef PS_LIBENV_H
 #define PS_LIBENV_H
 
+#include "lumtypes.h"
 #include "psstring.h"
-
-#if __has_include(<lumcore.h>)
-#include <lumcore.h>
-#else
-// Without the library headers the framework still needs the types of the slots.
-#include <cstdint>
-typedef uint32_t Lum32u;
-typedef uint64_t Lum64u;
-typedef int LumStatus;
-typedef struct {
-    int major;
-    int minor;
-    int majorBuild;
-    int build;
-    char targetCpu[4];
-    const char* Name;
-    const char* Version;
-    const char* BuildDate;
-} LumLibraryVersion;
-#endif
 
 typedef LumStatus (*psLumGetCpuFeaturesFunc)(Lum64u* pMask, Lum32u* pCpuidRegs);
 typedef Lum64u (*psLumGetEnabledCpuFeaturesFunc)();
@@ -66,15 +47,9 @@ void setLumLibInfo();
 bool psRegLibInfo(const psString& info);
 extern psStringList* g_pLibInfoList;
 
-// The framework's own cache-size detection, the fallback of lum_GetMaxCacheSizeB.
-LumStatus ps_lumGetMaxCacheSizeB(int* size);
-
-// Set by -T (0: not given) and -N (0 or less: not given).
-extern Lum64u s_cpuFeature;
-extern int s_numThreads;
-
-// Applies -T and -N through the slots, with the console messages of the start-up.
-void psApplyLumSettings();
+// Applies -T (cpuFeatures, 0: not given) and -N (numThreads, 0 or less: not given)
+// through the slots, with the console messages of the start-up.
+void psApplyLumSettings(Lum64u cpuFeatures, int numThreads);
 
 // Empties the slots, the registrations and the information lines (for tests).
 void psResetLumEnvironment();

@@ -1,6 +1,7 @@
 // The process entry: runs the registered session (or a plain one) and always
 // returns 0, whatever the run's result.
 #include "exceptions.h"
+#include "instream.h"
 #include "memory.h"
 #include "session.h"
 
@@ -32,5 +33,8 @@ int main(int argc, char** argv)
         psRegSession(nullptr);
         delete created;
     }
+    // The ini file is written back (-I) here, while the console and its listing are
+    // surely still open, rather than whenever the input stream happens to be destroyed.
+    g_istrm.deleteIniFile();
     return 0;
 }

@@ -5,6 +5,7 @@
 #define PS_PARAMETER_H
 
 #include "exceptions.h"
+#include "instream.h"
 #include "psstring.h"
 #include "streams.h"
 

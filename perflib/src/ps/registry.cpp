@@ -11,7 +11,18 @@ psTestList* pTestList = nullptr;
 psString psTestList::m_startFunc;
 psTest* psTestList::m_pCurrentTest = nullptr;
 
-psTestList::psTestList() : m_startTime(time(nullptr)), m_endTime(m_startTime), m_total(0), m_counts{} {}
+psTestList::psTestList() { m_startTime = m_endTime = time(nullptr); }
+
+namespace {
+
+// Set&Use: the engine restores the running test's vectors before every timed call.
+int resetCurrentTestVectors()
+{
+    return psTestList::m_pCurrentTest ? psTestList::m_pCurrentTest->resetAllVectors() : 0;
+}
+const int s_regReset = (psTool::m_pResetVectors = resetCurrentTestVectors, 1);
+
+}  // namespace
 
 int psRegTest(psTest* test)
 {

@@ -11,7 +11,7 @@
 class psParameter;
 class psConditions;
 
-class psTestList : public psList<psTest*> {
+class psTestList : public psList<psTest*>, public psRunCounts {
 public:
     psTestList();
 
@@ -21,11 +21,6 @@ public:
     bool runTests(psConditions& cond);
     void plus(psResult code);
     void deleteTests();
-
-    time_t m_startTime;
-    time_t m_endTime;
-    int m_total;
-    int m_counts[12];
 
     static psString m_startFunc;      // -F
     static psTest* m_pCurrentTest;    // the test being run, null outside a run

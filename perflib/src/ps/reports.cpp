@@ -1,14 +1,5 @@
 #include "reports.h"
 
-#include "conditions.h"
-#include "cpuinfo.h"
-#include "fpguard.h"
-#include "libenv.h"
-#include "paths.h"
-#include "registry.h"
-#include "session.h"
-#include "timing.h"
-
 #include <cstdio>
 
 // ================================================================ format
@@ -207,9 +198,6 @@ psString labelBlock(const psReportItems& items)
     return out;
 }
 
-// Report blocks are written at the error level, so they show at every -L setting.
-void writeBlock(psOStream& o, const psString& text) { o << ERR << text << END_MSG_FLUSH; }
-
 psString csvLines(const psReportItems& items)
 {
     psString out;
@@ -226,74 +214,38 @@ psString orDash(const psString& s) { return s.empty() ? psString("-") : s; }
 
 }  // namespace
 
+void psWriteBlock(psOStream& o, const psString& text) { o << ERR << text << END_MSG_FLUSH; }
+
+void psCellLine(psCStream& c, const psStringList& cells)
+{
+    for (const psString& s : cells) c << psCellText(s);
+    c << "\n";
+}
+
 // ================================================================ run title
 
-psString psReportTitle::timingText()
+psReportTitle::psReportTitle(const psRunContext& context)
 {
-    psString t;
-    int loops = 0, start = 0, stop = 0, calls = 0;
-    long long clocks = 0;
-    if (g_tool.getMethodLoop(loops)) {
-        t << "Manual loop, numLoops = " << loops;
-    } else if (g_tool.getMethodStat(calls, clocks)) {
-        t << "Statistic, NumCalls = " << calls << ", TotalCpuClocks = " << clocks;
-    } else if (g_tool.getMethodBest(start, stop, clocks)) {
-        t << "Iterative, StartNumLoops = " << start << ", StopNumLoops = " << stop << ", MinCpuClocks = " << clocks
-          << ", accuracy = " << psTool::getAccuracyStr(g_tool.getAccuracy());
-    } else {
-        g_tool.getAutoParameters(start, stop, clocks);
-        t << "Auto, loops " << start << ".." << stop << ", MinCpuClocks = " << clocks
-          << ", accuracy = " << psTool::getAccuracyStr(g_tool.getAccuracy());
-    }
-    if (g_tool.getSetAndUse()) t << ", Set&Use";
-    if (g_tool.getPreferCalls()) t << ", calls preferred";
-    if (g_tool.getCallInit()) t << ", init before measuring";
-    return t;
-}
-
-psString psReportTitle::selectionText(psTestList* list)
-{
-    int all = 0, kept = 0;
-    psSession* s = psGetSession();
-    const psConditions* cond = s ? &s->conditions : nullptr;
-    if (list) {
-        for (psTest* t : *list) {
-            ++all;
-            if (!cond || cond->tobeRun(t)) ++kept;
-        }
-    }
-    psString text;
-    if (!cond || cond->count() == 0)
-        text << "all " << all << " tests";
-    else
-        text << kept << " of " << all << " tests selected by " << cond->count() << " condition"
-             << (cond->count() > 1 ? "s" : "") << (cond->logic == COND_OR ? " (-kor)" : "");
-    if (!psTestList::m_startFunc.empty()) text << ", starting from '" << psTestList::m_startFunc << "'";
-    return text;
-}
-
-psReportTitle::psReportTitle(psTestList* list)
-{
-    addItem(m_items, "Computer", cpuInfo());
-    if (g_pLibInfoList && !g_pLibInfoList->isEmpty()) {
-        for (const psString& lib : *g_pLibInfoList) addItem(m_items, "Library", lib);
+    addItem(m_items, "Computer", context.processor);
+    if (!context.libraries.isEmpty()) {
+        for (const psString& lib : context.libraries) addItem(m_items, "Library", lib);
     } else {
         addItem(m_items, "Library", "no library information registered");
     }
-    addItem(m_items, "Start", psTimeText(list ? list->m_startTime : std::time(nullptr)));
-    addItem(m_items, "Timing", timingText());
-    addItem(m_items, "Test", selectionText(list));
+    addItem(m_items, "Start", psTimeText(context.start));
+    addItem(m_items, "Timing", context.timing);
+    addItem(m_items, "Test", context.selection);
 }
 
 psOStream& operator<<(psOStream& o, const psReportTitle& r)
 {
-    writeBlock(o, labelBlock(r.items()));
+    psWriteBlock(o, labelBlock(r.items()));
     return o;
 }
 
 psUStream& operator<<(psUStream& u, const psReportTitle& r)
 {
-    writeBlock(u, csvLines(r.items()));
+    psWriteBlock(u, csvLines(r.items()));
     return u;
 }
 
@@ -305,19 +257,18 @@ psCStream& operator<<(psCStream& c, const psReportTitle& r)
 
 // ================================================================ test title
 
-psReportTestTitle::psReportTestTitle(psTest* t)
+psReportTestTitle::psReportTestTitle(const psTestFacts& t)
 {
-    if (!t) return;
-    addItem(m_items, "Function", t->getFuncName());
-    addItem(m_items, "Test", t->getInfo().testName);
-    addItem(m_items, "Source", t->getFileName());
-    addItem(m_items, "Description", t->getInfo().className);
-    addItem(m_items, "Start", psTimeText(t->getStartTime()));
+    addItem(m_items, "Function", t.function);
+    addItem(m_items, "Test", t.testName);
+    addItem(m_items, "Source", t.source);
+    addItem(m_items, "Description", t.description);
+    addItem(m_items, "Start", psTimeText(t.start));
 }
 
 psOStream& operator<<(psOStream& o, const psReportTestTitle& r)
 {
-    if (!r.items().isEmpty()) writeBlock(o, labelBlock(r.items()));
+    if (!r.items().isEmpty()) psWriteBlock(o, labelBlock(r.items()));
     return o;
 }
 
@@ -331,30 +282,25 @@ const char* psReportTestResult::header()
     return "Function,Class,Control87,Status87,ControlSSX,StatusSSX,Test,Time (sec.),SrcName,Result,ExeName";
 }
 
-psReportTestResult::psReportTestResult(psTest* t) : m_hasTest(t != nullptr), m_result(UNDEFINED), m_seconds(0)
+psReportTestResult::psReportTestResult() : m_hasTest(false), m_result(UNDEFINED), m_seconds(0) {}
+
+psReportTestResult::psReportTestResult(const psTestFacts& t)
+    : m_hasTest(true), m_result(t.result), m_seconds(static_cast<long>(difftime(t.end, t.start)))
 {
-    if (!t) return;
-    m_result = t->getResult();
-    m_seconds = static_cast<long>(difftime(t->getEndTime(), t->getStartTime()));
-    // The guards' words are known only while they hold accumulated words (a cleared
-    // x87 control word is 0, which no real control word is); on a processor without
-    // SSE the SSE texts say so themselves.
-    const bool x87Known = g_ctrl87.controlWord() != 0;
-    const bool sseKnown = !g_ssx.hasSSE() || g_ssx.accumulated() != 0;
     psString seconds;
     seconds << m_seconds;
     const psString fields[] = {
-        t->getFuncName(),
-        t->getInfo().className,
-        x87Known ? g_ctrl87.strCW() : psString("?"),
-        x87Known ? g_ctrl87.strSW() : psString("?"),
-        sseKnown ? g_ssx.strCW() : psString("?"),
-        sseKnown ? g_ssx.strExceptionState() : psString("?"),
-        t->getInfo().testName,
+        t.function,
+        t.description,
+        t.control87,
+        t.status87,
+        t.controlSSX,
+        t.statusSSX,
+        t.testName,
         seconds,
-        t->getFileName(),
+        t.source,
         psResultWord(m_result),
-        psPaths::m_exePath,
+        t.exeName,
     };
     for (const psString& f : fields) {
         if (!m_line.empty()) m_line += ",";
@@ -371,30 +317,30 @@ psOStream& operator<<(psOStream& o, const psReportTestResult& r)
     text << f.firstLine();
     text << f.getLine("Result   :", psResultWord(r.result()), "Time " + psReportFormat::getTimeStr(r.seconds()));
     text << f.lastLine();
-    writeBlock(o, text);
+    psWriteBlock(o, text);
     return o;
 }
 
 psUStream& operator<<(psUStream& u, const psReportTestResult& r)
 {
-    writeBlock(u, psString(r.hasTest() ? r.line().c_str() : psReportTestResult::header()) + "\n");
+    psWriteBlock(u, psString(r.hasTest() ? r.line().c_str() : psReportTestResult::header()) + "\n");
     return u;
 }
 
 // ================================================================ summary
 
-psReportEnd::psReportEnd(psTestList* list)
+psReportEnd::psReportEnd(const psRunCounts* counts)
 {
     static const int none[12] = {0};
-    if (list)
-        build(list->m_total, list->m_counts, list->m_startTime, list->m_endTime);
+    if (counts)
+        build(counts->m_total, counts->m_counts, counts->m_startTime, counts->m_endTime);
     else
         build(0, none, 0, 0);
 }
 
 psReportEnd::psReportEnd(int total, const int counts[12], time_t start, time_t end) { build(total, counts, start, end); }
 
-// The test list keeps the warning and failure class totals in the WARNING and FAIL
+// The counters keep the warning and failure class totals in the WARNING and FAIL
 // counters. The rows nest: Failures = Fails + Warnings + Undefined, and each class
 // splits into its named code and the rest of the class.
 void psReportEnd::build(int total, const int counts[12], time_t start, time_t end)
@@ -432,13 +378,13 @@ psOStream& operator<<(psOStream& o, const psReportEnd& r)
     text += f.getLine("PS Summary");
     for (const psReportItem& row : r.rows()) text += f.getLine(row.label, row.value);
     text += f.lastLine();
-    writeBlock(o, text);
+    psWriteBlock(o, text);
     return o;
 }
 
 psUStream& operator<<(psUStream& u, const psReportEnd& r)
 {
-    writeBlock(u, "END_DATA\n" + csvLines(r.rows()));
+    psWriteBlock(u, "END_DATA\n" + csvLines(r.rows()));
     return u;
 }
 
@@ -446,125 +392,5 @@ psCStream& operator<<(psCStream& c, const psReportEnd& r)
 {
     c << "END_DATA" << "\n";
     cellLines(c, r.rows());
-    return c;
-}
-
-// ================================================================ listing
-
-psString psReportList::baseName(const psString& name)
-{
-    static const char* const parts[] = {"Init", "Close", "Alloc", "Malloc", "Free", "PutVal", "RotateCenter",
-                                        "ResizeShift", "Get_", "Get", "Set_", "Set", "DrawText"};
-    for (const char* part : parts) {
-        const psString p(part);
-        for (int at = name.find(p, 1); at > 0; at = name.find(p, at + 1)) {
-            // A part is a word of its own: followed by the end, "_" or a new capitalised word.
-            const char next = name[at + p.length()];
-            if (p.last() != '_' && next != '\0' && next != '_' && !(next >= 'A' && next <= 'Z')) continue;
-            const int suffix = name.find('_', at);
-            return suffix < 0 ? name.substr(0, at) : name.substr(0, at) + name.substr(suffix);
-        }
-    }
-    return name;
-}
-
-psStringList psReportList::createFuncList(const psStringList& names)
-{
-    psStringList bases;
-    for (const psString& n : names) {
-        psString b = baseName(n);
-        if (!bases.contains(b)) bases.add(b);
-    }
-    psStringList out;
-    for (const psString& b : bases) {
-        out.add(b);
-        for (const psString& n : names)
-            if (n != b && baseName(n) == b && !out.contains(n)) out.add(n);
-    }
-    return out;
-}
-
-psReportList::psReportList(psTestList* list, psConditions& cond, int mode) : m_mode(mode)
-{
-    if (!list) return;
-    if (mode == 0) {
-        for (psTest* t : *list)
-            if (t->tobeRun(cond)) m_entries.add(Entry{t->getFuncName(), t->getInfo().testName, t->getFileName(), true});
-        return;
-    }
-    // Library functions only: the framework's own information tests begin with "__".
-    psStringList names;
-    for (psTest* t : *list)
-        if (!t->getFuncName().startsWith("__")) names.add(t->getFuncName());
-    for (const psString& name : createFuncList(names)) {
-        Entry e{name, psString(), psString(), false};
-        for (psTest* t : *list) {
-            if (t->getFuncName() != name) continue;
-            e.test = t->getInfo().testName;
-            e.source = t->getFileName();
-            e.exists = e.exists || t->tobeRun(cond);
-        }
-        if (mode > 0 || !e.exists) m_entries.add(e);
-    }
-}
-
-psStringList psReportList::columns(int mode)
-{
-    psStringList c;
-    c.add("   #");
-    c.add("Function");
-    c.add("Test");
-    c.add("Source");
-    if (mode != 0) c.add("Exist");
-    return c;
-}
-
-psStringList psReportList::cells(int index, const Entry& e) const
-{
-    psStringList c;
-    psString number;
-    number << index;
-    c.add(sFormat(number, 4));
-    c.add(e.function);
-    c.add(orDash(e.test));
-    c.add(orDash(e.source));
-    if (m_mode != 0) c.add(e.exists ? "+" : "-");
-    return c;
-}
-
-namespace {
-
-psString tabLine(const psStringList& cells)
-{
-    psString line;
-    for (const psString& c : cells) {
-        if (!line.empty()) line += "\t";
-        line += c;
-    }
-    return line + "\n";
-}
-
-void cellLine(psCStream& c, const psStringList& cells)
-{
-    for (const psString& s : cells) c << psCellText(s);
-    c << "\n";
-}
-
-}  // namespace
-
-psOStream& operator<<(psOStream& o, const psReportList& r)
-{
-    psString text = tabLine(psReportList::columns(r.mode()));
-    int n = 0;
-    for (const psReportList::Entry& e : r.entries()) text += tabLine(r.cells(++n, e));
-    writeBlock(o, text);
-    return o;
-}
-
-psCStream& operator<<(psCStream& c, const psReportList& r)
-{
-    cellLine(c, psReportList::columns(r.mode()));
-    int n = 0;
-    for (const psReportList::Entry& e : r.entries()) cellLine(c, r.cells(++n, e));
     return c;
 }

@@ -1,19 +1,18 @@
 // Report blocks written around the measurements: the run title, the title and
-// result of each test, the closing "PS Summary" and the -e listing. Each report is
-// a small object built from the test list or from one test and then streamed to
-// the console (a framed block), to the summary file or to a table stream.
+// result of each test and the closing "PS Summary". Each report is a small object
+// built from the facts it is handed (the run's context, one test's facts, the
+// result counters) and then streamed to the console (a framed block), to the
+// summary file or to a table stream. The blocks know neither tests nor the session.
 #ifndef PS_REPORTS_H
 #define PS_REPORTS_H
 
 #include "psstring.h"
+#include "results.h"
+#include "runcontext.h"
 #include "streams.h"
 #include "table.h"
 
 #include <ctime>
-
-class psTest;
-class psTestList;
-class psConditions;
 
 // Frame and column layout of the console blocks. A line is "|" + items + padding
 // + "|" when framed (79 characters), or a blank + items when not. Each of the six
@@ -73,23 +72,39 @@ struct psReportItem {
 };
 typedef psList<psReportItem> psReportItems;
 
+// A report block goes to the console at the error level, so it shows at every -L setting.
+void psWriteBlock(psOStream& o, const psString& text);
+// One table line of a text per cell.
+void psCellLine(psCStream& c, const psStringList& cells);
+
 // The run's title: computer, library, start time, timing method and test selection.
 class psReportTitle {
 public:
-    explicit psReportTitle(psTestList* list);
+    explicit psReportTitle(const psRunContext& context);
     const psReportItems& items() const { return m_items; }
-
-    static psString timingText();
-    static psString selectionText(psTestList* list);
 
 private:
     psReportItems m_items;
 };
 
+// What the title and result blocks of one test show; the test fills it in.
+struct psTestFacts {
+    psString function;
+    psString testName;
+    psString source;       // file name of the registered source
+    psString description;  // class of the registration
+    time_t start = 0;
+    time_t end = 0;
+    int result = UNDEFINED;
+    // The floating-point guard words of the run as text, "?" when unknown.
+    psString control87 = "?", status87 = "?", controlSSX = "?", statusSSX = "?";
+    psString exeName;      // the program that ran the test
+};
+
 // The title of one test: function, test name, source, description, start time.
 class psReportTestTitle {
 public:
-    explicit psReportTestTitle(psTest* t);
+    explicit psReportTestTitle(const psTestFacts& t);
     const psReportItems& items() const { return m_items; }
 
 private:
@@ -100,7 +115,8 @@ private:
 // it holds only the summary file's header.
 class psReportTestResult {
 public:
-    explicit psReportTestResult(psTest* t);
+    psReportTestResult();
+    explicit psReportTestResult(const psTestFacts& t);
 
     bool hasTest() const { return m_hasTest; }
     int result() const { return m_result; }
@@ -116,10 +132,10 @@ private:
     psString m_line;
 };
 
-// The closing "PS Summary": the result counters of the test list and the run time.
+// The closing "PS Summary": the result counters of the run and the run time.
 class psReportEnd {
 public:
-    explicit psReportEnd(psTestList* list);
+    explicit psReportEnd(const psRunCounts* counts);
     psReportEnd(int total, const int counts[12], time_t start, time_t end);
 
     const psReportItems& rows() const { return m_rows; }
@@ -127,37 +143,6 @@ public:
 private:
     void build(int total, const int counts[12], time_t start, time_t end);
     psReportItems m_rows;
-};
-
-// The -e listings: mode 0 the tests the selection keeps; mode 1 every library
-// function known from the test list, with "+" in Exist when a selected test
-// measures it; mode -1 only those without.
-class psReportList {
-public:
-    struct Entry {
-        psString function;
-        psString test;
-        psString source;
-        bool exists;
-    };
-
-    psReportList(psTestList* list, psConditions& cond, int mode);
-
-    int mode() const { return m_mode; }
-    const psList<Entry>& entries() const { return m_entries; }
-    static psStringList columns(int mode);
-    psStringList cells(int index, const Entry& e) const;
-
-    // The function a helper belongs to: the name without its recognised part
-    // ("Init", "Get", ...), keeping the type suffix; the name itself otherwise.
-    static psString baseName(const psString& name);
-    // Groups the names: each base function followed by its helpers, in order of
-    // first appearance; a base that only appears through a helper is included.
-    static psStringList createFuncList(const psStringList& names);
-
-private:
-    int m_mode;
-    psList<Entry> m_entries;
 };
 
 psOStream& operator<<(psOStream& o, const psReportTitle& r);
@@ -173,8 +158,5 @@ psUStream& operator<<(psUStream& u, const psReportTestResult& r);
 psOStream& operator<<(psOStream& o, const psReportEnd& r);
 psUStream& operator<<(psUStream& u, const psReportEnd& r);
 psCStream& operator<<(psCStream& c, const psReportEnd& r);
-
-psOStream& operator<<(psOStream& o, const psReportList& r);
-psCStream& operator<<(psCStream& c, const psReportList& r);
 
 #endif

@@ -3,6 +3,8 @@
 #ifndef PS_RESULTS_H
 #define PS_RESULTS_H
 
+#include <ctime>
+
 enum psResult {
     UNDEFINED = 0,
     OK = 1,
@@ -22,6 +24,16 @@ enum psResult {
 const char* psResultWord(int code);
 // Long word for messages and the measurement log ("successfully", ..., "unknown result").
 const char* psResultLongWord(int code);
+
+// The result counters of a run and its start and end, as the closing summary shows
+// them: every counted test, one counter per code, and the WARNING and FAIL counters
+// holding the totals of their classes.
+struct psRunCounts {
+    time_t m_startTime = 0;
+    time_t m_endTime = 0;
+    int m_total = 0;
+    int m_counts[12] = {};
+};
 
 inline psResult psMaxResult(psResult a, psResult b) { return a > b ? a : b; }
 inline bool psIsWarning(int code) { return code >= ACCURWRN && code <= WARNING; }

@@ -1,15 +1,21 @@
 #include "session.h"
 
 #include "cpuinfo.h"
+#include "cputest.h"
+#include "instream.h"
 #include "keys.h"
 #include "libenv.h"
+#include "listing.h"
 #include "parameter.h"
 #include "registry.h"
 #include "reports.h"
 #include "table.h"
 #include "tabletitle.h"
 
+#include <cerrno>
+#include <climits>
 #include <cstdio>
+#include <cstdlib>
 #include <ctime>
 
 #ifndef PERFDC_BUILD_DATE
@@ -17,11 +23,6 @@
 #endif
 
 static const char* const PS_VERSION = "2.0";
-
-psCommandList* psSession::pCmdList = nullptr;
-int psSession::m_exitLevel = 0;
-int psSession::m_nameMode = 0;
-bool psSession::m_nameExit = false;
 
 static psSession* s_session = nullptr;
 static void (*s_parmFunc)() = nullptr;
@@ -63,46 +64,14 @@ int psRegQKeys()
 
 // ---------------------------------------------------------------- construction
 
-psSession::psSession()
-    : askMode(0), batMode(false), levelMode(ERR), quickMode(false), enumMode(100), unopened(false), iniWrite(false),
-      cmdText("Command line options: ")
-{
-}
+psSession::psSession() : cmdText("Command line options: ") {}
 
-psSession::~psSession() { deleteOptions(); }
-
-void psSession::deleteOptions()
-{
-    for (psOption* o : options) delete o;
-    options.clear();
-}
+psSession::~psSession() {}
 
 void psSession::initSession()
 {
     deleteOptions();
     psRegisterKeys(this);
-}
-
-void psSession::initOption(char key, psString help, psKeyInfoFunc info, psKeyApplyFunc apply, psString descr, bool hidden)
-{
-    options.add(new psOption{key, hidden, help, info, apply, descr});
-}
-
-psOption* psSession::getOption(char key)
-{
-    for (psOption* o : options)
-        if (o->key == key) return o;
-    return nullptr;
-}
-
-psString psSession::getExitInfo()
-{
-    switch (m_exitLevel) {
-    case 2: return "ignored because of -h option";
-    case 1: return "ignored because of -e option";
-    case 3: return "ignored because of -v option";
-    default: return "ignored";
-    }
 }
 
 psString psSession::banner()
@@ -153,6 +122,8 @@ bool psSession::parseCommandLine(int argc, char** argv)
     unopened = false;
     m_nameMode = 0;
     m_nameExit = false;
+    cpuFeature = 0;
+    numThreads = 0;
     iniFile = psString();
     cmdText = "Command line options: ";
 
@@ -250,22 +221,120 @@ void psSession::hint_descr(char key) { g_ostrm << psHintDescr(options, key); }
 void psSession::funcTitleToCStream() { psFuncTitleToCStream(g_cstrm); }
 void psSession::parmsTitleToCStream() { psParmsTitleToCStream(g_cstrm); }
 void psSession::resultTitleToCStream() { psResultTitleToCStream(g_cstrm); }
-void psSession::putTableTitleLine() { psPutTableTitleLine(); }
-void psSession::putTableTitle() { psPutTableTitle(); }
+void psSession::putTableTitleLine()
+{
+    const psTableTitleSteps steps{[this] { funcTitleToCStream(); }, [this] { parmsTitleToCStream(); },
+                                  [this] { resultTitleToCStream(); }};
+    psPutTableTitleLine(&steps);
+}
+
+void psSession::putTableTitle()
+{
+    psPutTableTitle([this] { putTableTitleLine(); });
+}
+
+// ---------------------------------------------------------------- the run's facts
+
+namespace {
+
+// The timing method of the engine and its settings, as the run title shows them.
+psString timingText(const psTool& tool)
+{
+    psString t;
+    int loops = 0, start = 0, stop = 0, calls = 0;
+    long long clocks = 0;
+    if (tool.getMethodLoop(loops)) {
+        t << "Manual loop, numLoops = " << loops;
+    } else if (tool.getMethodStat(calls, clocks)) {
+        t << "Statistic, NumCalls = " << calls << ", TotalCpuClocks = " << clocks;
+    } else if (tool.getMethodBest(start, stop, clocks)) {
+        t << "Iterative, StartNumLoops = " << start << ", StopNumLoops = " << stop << ", MinCpuClocks = " << clocks
+          << ", accuracy = " << psTool::getAccuracyStr(tool.getAccuracy());
+    } else {
+        tool.getAutoParameters(start, stop, clocks);
+        t << "Auto, loops " << start << ".." << stop << ", MinCpuClocks = " << clocks
+          << ", accuracy = " << psTool::getAccuracyStr(tool.getAccuracy());
+    }
+    if (tool.getSetAndUse()) t << ", Set&Use";
+    if (tool.getPreferCalls()) t << ", calls preferred";
+    if (tool.getCallInit()) t << ", init before measuring";
+    return t;
+}
+
+// How many of the tests the conditions keep, and where -F starts.
+psString selectionText(psTestList* list, const psConditions& cond)
+{
+    int all = 0, kept = 0;
+    if (list) {
+        for (psTest* t : *list) {
+            ++all;
+            if (cond.tobeRun(t->names())) ++kept;
+        }
+    }
+    psString text;
+    if (cond.count() == 0)
+        text << "all " << all << " tests";
+    else
+        text << kept << " of " << all << " tests selected by " << cond.count() << " condition"
+             << (cond.count() > 1 ? "s" : "") << (cond.logic == COND_OR ? " (-kor)" : "");
+    if (!psTestList::m_startFunc.empty()) text << ", starting from '" << psTestList::m_startFunc << "'";
+    return text;
+}
+
+// The host facts of the CPU information test: the cache size is the library's
+// answer when it gives one.
+psHostFacts hostFacts()
+{
+    int cache = 0;
+    const bool answered = lum_GetMaxCacheSizeB && lum_GetMaxCacheSizeB(&cache) == 0 && cache > 0;
+    return psHostFacts::gather(answered ? cache : 0);
+}
+
+// Seconds a parameter combination may run (PERFDC_TEST_TIMEOUT; 0 turns the limit off).
+// A value that is no count of seconds is said on standard error, away from the
+// listing, and the default holds.
+int testTimeout()
+{
+    const int fallback = 300;
+    const char* text = std::getenv("PERFDC_TEST_TIMEOUT");
+    if (!text || !*text) return fallback;
+    char* end = nullptr;
+    errno = 0;
+    const long seconds = std::strtol(text, &end, 10);
+    if (errno == 0 && end != text && *end == '\0' && seconds >= 0 && seconds <= INT_MAX) return static_cast<int>(seconds);
+    std::fprintf(stderr, "PERFDC_TEST_TIMEOUT=%s is no number of seconds: a test is stopped after %d s\n", text,
+                 fallback);
+    return fallback;
+}
+
+}  // namespace
+
+psRunContext psSession::runContext() const
+{
+    psRunContext context;
+    context.processor = cpuInfo();
+    if (g_pLibInfoList) context.libraries = *g_pLibInfoList;
+    context.start = pTestList ? pTestList->m_startTime : std::time(nullptr);
+    context.timing = timingText(g_tool);
+    context.selection = selectionText(pTestList, conditions);
+    return context;
+}
+
+// ---------------------------------------------------------------- reports
 
 void psSession::outputHeader()
 {
-    psReportTitle title(pTestList);
+    psReportTitle title(runContext());
     g_ostrm << title;
     g_cstrm << title;
     g_qstrm << title;
     g_ustrm << title;
-    g_ustrm << psReportTestResult(nullptr);
+    g_ustrm << psReportTestResult();
 }
 
 void psSession::listTests(int mode)
 {
-    psReportTitle title(pTestList);
+    psReportTitle title(runContext());
     psReportList list(pTestList, conditions, mode);
     g_ostrm << title;
     g_cstrm << title;
@@ -324,9 +393,9 @@ void psSession::endCommonData()
 // ---------------------------------------------------------------- the run
 
 // Applies -T and -N through the library slots and registers the version lines.
-static void initLibrary()
+static void initLibrary(Lum64u cpuFeature, int numThreads)
 {
-    psApplyLumSettings();
+    psApplyLumSettings(cpuFeature, numThreads);
     setLumLibInfo();
 }
 
@@ -336,14 +405,15 @@ int psSession::run(int argc, char** argv)
     g_ostrm.addSink(&c_out);
     setLumEnvironment();
     initSession();
-    psRegTest(new psCpuTest);
+    psRegTest(new psCpuTest(hostFacts));
+    psTest::m_timeout = testTimeout();
     pTestList->m_startTime = time(nullptr);
 
     int result = 0;
     if (!parseCommandLine(argc, argv) || !startSession() || hintOutput()) {
         pTestList->m_endTime = time(nullptr);
     } else {
-        initLibrary();
+        initLibrary(cpuFeature, numThreads);
         if (!pTestList) {
             std::printf("Error! pTestList is NULL");
             return 0;

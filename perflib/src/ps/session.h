@@ -1,36 +1,17 @@
 // psSession: the spine of the program. run() registers the CPU information test,
 // reads the command line, initialises the measured library, sorts and selects the
 // tests, asks for common data, runs the tests and writes the closing reports.
-// A program may derive its own session and register it before main runs.
+// A program may derive its own session and register it before main runs. The
+// session is the only layer that touches the globals (the session object, g_tool):
+// it gathers the run's facts and hands them down to the reports and tests.
 #ifndef PS_SESSION_H
 #define PS_SESSION_H
 
-#include "cmdlist.h"
-#include "conditions.h"
-#include "paths.h"
+#include "runcontext.h"
+#include "settings.h"
 #include "streams.h"
 
-class psSession;
-
-// Echo text of an applied key, computed from its argument.
-typedef psString (*psKeyInfoFunc)(psString arg);
-// What an applied key does.
-typedef void (*psKeyApplyFunc)(psString arg, psSession* session);
-
-// One registered key.
-struct psOption {
-    char key;
-    bool hidden;      // shown only by the -? help family
-    psString help;    // usage line(s)
-    psKeyInfoFunc info;
-    psKeyApplyFunc apply;
-    psString descr;   // extended description
-};
-
-// Bits of askMode.
-enum { ASK_TIMING = 1, ASK_PARAMS = 2, ASK_MISALIGN = 4, ASK_EACH_TEST = 8 };
-
-class psSession : public psPaths {
+class psSession : public psSessionSettings {
 public:
     psSession();
 
@@ -65,26 +46,7 @@ public:
     static psString getEnterTitle(psString title);
 
     // ---- key table
-    void initOption(char key, psString help, psKeyInfoFunc info, psKeyApplyFunc apply, psString descr, bool hidden);
-    psOption* getOption(char key);
-    const psList<psOption*>& getOptions() const { return options; }
     void applyOption(char key, const psString& arg);
-
-    // ---- settings written by the keys
-    void addAskMode(int mode) { askMode |= mode; }
-    void setBatMode() { batMode = true; }
-    void addLevelMode(int level) { levelMode |= level; }
-    void setQuickMode() { quickMode = true; }
-    void setEnumMode(int mode) { enumMode = mode; }
-    void unopenedFile() { unopened = true; }
-    void setIniMode(const psString& path, bool write)
-    {
-        iniFile = path;
-        iniWrite = write;
-    }
-    void setSglName(const psString& path) { sglName = path; }
-    void logicCondition(int logic) { conditions.logic = logic; }
-    void addCondition(RunCondition* c) { conditions.add(c); }
 
     // ---- steps of run
     bool hintOutput();
@@ -94,31 +56,14 @@ public:
     void endCommonData();
     bool readCfgFile(psString& line, psString& fileName);
 
-    static bool isExit(int level) { return m_exitLevel >= level; }
-    static psString getExitInfo();
+    // The facts of the run that the title reports print.
+    psRunContext runContext() const;
     // The banner printed by -v and before every help display.
     static psString banner();
 
-    psConditions conditions;
-    psList<psOption*> options;
-    int askMode;
-    bool batMode;
-    int levelMode;
-    bool quickMode;
-    int enumMode;
-    bool unopened;
-    psString iniFile;
-    bool iniWrite;
     psString cmdText;
-    psString sglName;
-
-    static psCommandList* pCmdList;
-    static int m_exitLevel;
-    static int m_nameMode;  // bit 1: "-q+", bit 2: a name-table file
-    static bool m_nameExit; // -Q
 
 private:
-    void deleteOptions();
     // Fills pCmdList from argv, the .cfg file or the forced command line.
     void readCommandKeys(int argc, char** argv);
 };

@@ -57,4 +57,14 @@ extern psCStream g_cstrm;  // the performance table
 extern psCStream g_qstrm;  // the parameter-name table
 extern psCStream g_mstrm;  // spare table stream for session reports
 
+// While it lives, lines written to g_cstrm go to the name table's files: the sink
+// lists of g_cstrm and g_qstrm are exchanged, and exchanged back at the end.
+class psNameTableScope {
+public:
+    psNameTableScope() { g_cstrm.swapTable(g_qstrm); }
+    ~psNameTableScope() { g_cstrm.swapTable(g_qstrm); }
+    psNameTableScope(const psNameTableScope&) = delete;
+    psNameTableScope& operator=(const psNameTableScope&) = delete;
+};
+
 #endif

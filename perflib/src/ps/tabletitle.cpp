@@ -1,6 +1,5 @@
 #include "tabletitle.h"
 
-#include "session.h"
 #include "test.h"
 
 void psFuncTitleToCStream(psCStream& c) { c << "function"; }
@@ -20,41 +19,35 @@ void psResultTitleToCStream(psCStream& c)
     if (psTest::m_hot) c << "Interest";
 }
 
-void psPutTableTitleLine()
+void psPutTableTitleLine(const psTableTitleSteps* steps)
 {
-    psSession* s = psGetSession();
-    if (s) {
-        s->funcTitleToCStream();
-        s->parmsTitleToCStream();
+    if (steps) {
+        steps->funcTitle();
+        steps->parmsTitle();
     } else {
         psFuncTitleToCStream(g_cstrm);
         psParmsTitleToCStream(g_cstrm);
     }
     psTest::m_numParmsColm = g_cstrm.cursor();
-    if (s)
-        s->resultTitleToCStream();
+    if (steps)
+        steps->resultTitle();
     else
         psResultTitleToCStream(g_cstrm);
     psTest::m_numResultColm = g_cstrm.cursor() - psTest::m_numParmsColm;
     g_cstrm.lineOut(0);
 }
 
-void psPutTableTitle()
+void psPutTableTitle(const std::function<void()>& titleLine)
 {
-    psSession* s = psGetSession();
-    auto titleLine = [s] {
-        if (s)
-            s->putTableTitleLine();
+    auto line = [&titleLine] {
+        if (titleLine)
+            titleLine();
         else
             psPutTableTitleLine();
     };
-    titleLine();
-    if (psSession::m_nameMode & 2) {
+    line();
+    if (psTest::m_nameMode & 2) {
         psNameTableScope names;
-        titleLine();
+        line();
     }
 }
-
-psNameTableScope::psNameTableScope() { g_cstrm.swapTable(g_qstrm); }
-
-psNameTableScope::~psNameTableScope() { g_cstrm.swapTable(g_qstrm); }

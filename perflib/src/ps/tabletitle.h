@@ -6,28 +6,29 @@
 
 #include "table.h"
 
+#include <functional>
+
 enum { PS_TITLE_PARMS = 8 };
 
-// The three groups of title cells; the session's overridable title steps call these.
+// The three groups of title cells, the plain steps.
 void psFuncTitleToCStream(psCStream& c);    // "function"
 void psParmsTitleToCStream(psCStream& c);   // "Parm1" .. "Parm8"
 void psResultTitleToCStream(psCStream& c);  // "Comment" .. "MFlops", and "Interest" with -H
 
-// Builds the title line in g_cstrm through the session's steps (the plain cells when
-// there is no session), sets the two column counts and writes the line.
-void psPutTableTitleLine();
-// Writes the title line to the performance table and, when a name file was asked
-// for (-q<file>), to the name table as well.
-void psPutTableTitle();
-
-// While it lives, lines written to g_cstrm go to the name table's files: the sink
-// lists of g_cstrm and g_qstrm are exchanged, and exchanged back at the end.
-class psNameTableScope {
-public:
-    psNameTableScope();
-    ~psNameTableScope();
-    psNameTableScope(const psNameTableScope&) = delete;
-    psNameTableScope& operator=(const psNameTableScope&) = delete;
+// The steps that write the three groups of title cells into g_cstrm; a session
+// hands down its own overridable steps.
+struct psTableTitleSteps {
+    std::function<void()> funcTitle;
+    std::function<void()> parmsTitle;
+    std::function<void()> resultTitle;
 };
+
+// Builds the title line in g_cstrm through the steps (the plain cells without them),
+// sets the two column counts and writes the line.
+void psPutTableTitleLine(const psTableTitleSteps* steps = nullptr);
+// Writes the title line (through titleLine, the plain line without one) to the
+// performance table and, when a name file was asked for (-q<file>), to the name
+// table as well.
+void psPutTableTitle(const std::function<void()>& titleLine = nullptr);
 
 #endif

@@ -4,20 +4,15 @@
 // run ends that run with EXCPTFAIL; the session goes on with the next test.
 #include "test.h"
 
-#include "tabletitle.h"
-
 #include "cache.h"
-#include "conditions.h"
 #include "exceptions.h"
 #include "inifile.h"
+#include "instream.h"
 #include "memory.h"
 #include "parameter.h"
+#include "paths.h"
 #include "progress.h"
-#include "registry.h"
-#include "reports.h"
-#include "session.h"
 #include "table.h"
-#include "tabletitle.h"
 
 #include "fpguard.h"
 #include "ticker.h"
@@ -31,6 +26,10 @@ bool psTest::m_cache = false;
 bool psTest::m_pressing = false;
 int psTest::m_vectorNum = 0;
 int psTest::m_vectorShift = 0;
+int psTest::m_timeout = 300;
+int psTest::m_nameMode = 0;
+bool psTest::m_nameExit = false;
+const psTool* psTest::m_pSessionTool = nullptr;
 
 psStringList* g_pHotList = nullptr;
 
@@ -42,13 +41,6 @@ int psRegHotFunction(psString name)
 }
 
 namespace {
-
-// Set&Use: the engine restores the running test's vectors before every timed call.
-int resetCurrentTestVectors()
-{
-    return psTestList::m_pCurrentTest ? psTestList::m_pCurrentTest->resetAllVectors() : 0;
-}
-const int s_regReset = (psTool::m_pResetVectors = resetCurrentTestVectors, 1);
 
 // State of the run in progress (one test runs at a time).
 struct RunState {
@@ -66,6 +58,8 @@ RunState s_run;
 // exception thrown from the middle of a measurement.
 void recoverFromTrap()
 {
+    psWatchdog::stop();
+    g_progress.clear();  // a run stopped inside a timing leaves no status line behind
     ps_clear_fpu();
     ps_set_cw_fpu(s_run.x87Control, 0xFFFF);
     ps_set_ssx(s_run.mxcsr & ~63u, 0xFFFF);
@@ -158,7 +152,7 @@ int psTest::compareFunc(const psTest* other) const { return m_funcName.compare(o
 
 bool psTest::tobeRun(psConditions& c)
 {
-    if (!c.tobeRun(this)) return false;
+    if (!c.tobeRun(names())) return false;
     return m_hot != 2 || isHotLine();
 }
 
@@ -180,7 +174,7 @@ psResult psTest::run()
 {
     m_result = OK;
     m_currentResult = UNDEFINED;
-    m_tool = g_tool;
+    if (m_pSessionTool) m_tool = *m_pSessionTool;
     if (m_info.regMacro.contains("Ibs")) m_tool.setCallInit(true);
     if (!setIniSection(m_funcName)) return UNDEFINED;
 
@@ -195,8 +189,9 @@ psResult psTest::run()
         beginTest();
     });
     m_startTime = time(nullptr);
-    g_ostrm << psReportTestTitle(this);
-    g_ustrm << psReportTestTitle(this);
+    const psReportTestTitle title(facts());
+    g_ostrm << title;
+    g_ustrm << title;
 
     bool canRun = false;
     if (going) going = guarded([this, &canRun] {
@@ -216,7 +211,7 @@ psResult psTest::run()
             parmsFromIstrm();
         });
         if (going) putTableName();
-        if (going && (psSession::m_nameExit || g_istrm.isWriting())) {
+        if (going && (m_nameExit || g_istrm.isWriting())) {
             m_currentResult = OK;
         } else if (going) {
             outputRegInfo();
@@ -238,8 +233,9 @@ psResult psTest::run()
 
     m_result = m_currentResult;
     m_endTime = time(nullptr);
-    g_ostrm << psReportTestResult(this);
-    g_ustrm << psReportTestResult(this);
+    const psReportTestResult report(facts());
+    g_ostrm << report;
+    g_ustrm << report;
     g_ostrm.flush();
     g_cstrm.flush();
     g_ostrm.flush();
@@ -257,11 +253,36 @@ psResult psTest::run()
 void psTest::putTableName()
 {
     if (m_funcName.startsWith("__ps")) return;
-    if (psSession::m_nameMode & 1) putTableNameLine();
-    if (psSession::m_nameMode & 2) {
+    if (m_nameMode & 1) putTableNameLine();
+    if (m_nameMode & 2) {
         psNameTableScope names;
         putTableNameLine();
     }
+}
+
+psTestFacts psTest::facts() const
+{
+    psTestFacts f;
+    f.function = m_funcName;
+    f.testName = m_info.testName;
+    f.source = m_fileName;
+    f.description = m_info.className;
+    f.start = m_startTime;
+    f.end = m_endTime;
+    f.result = m_result;
+    // The guards' words are known only while they hold accumulated words (a cleared
+    // x87 control word is 0, which no real control word is); on a processor without
+    // SSE the SSE texts say so themselves.
+    if (g_ctrl87.controlWord() != 0) {
+        f.control87 = g_ctrl87.strCW();
+        f.status87 = g_ctrl87.strSW();
+    }
+    if (!g_ssx.hasSSE() || g_ssx.accumulated() != 0) {
+        f.controlSSX = g_ssx.strCW();
+        f.statusSSX = g_ssx.strExceptionState();
+    }
+    f.exeName = psPaths::m_exePath;
+    return f;
 }
 
 void psTest::parmsFromIstrm()
@@ -347,6 +368,9 @@ void psTest::loopData()
             break;
         }
         m_first = false;
+        // A combination that does not return in time (its data preparation, timing
+        // and check) is stopped like a crash; the countdown restarts between timings.
+        psWatchdog::start(m_timeout);
         s_run.dataPending = true;
         if (initData()) {
             if (firstPass) outputConst();
@@ -365,6 +389,7 @@ void psTest::loopData()
         flushData();
         s_run.dataPending = false;
     }
+    psWatchdog::stop();
     if (!empty && m_currentResult == UNDEFINED) {
         g_ostrm << ERR << "-- Error while initialization of function data\n" << END_MSG;
         m_currentResult = DATAFAIL;

@@ -5,7 +5,9 @@
 #define PS_TEST_H
 
 #include "../pstool/timing.h"
+#include "conditions.h"
 #include "psstring.h"
+#include "reports.h"
 #include "results.h"
 #include "streams.h"
 
@@ -13,7 +15,6 @@
 
 class psParameter;
 class psCacheIterator;
-class psConditions;
 class ppVector;
 
 // Registration info "<class>/<test name>/<macro>".
@@ -98,12 +99,15 @@ public:
     psResult checkCtrlStatus();
     void printCtrlStatus(bool x87, bool sse);
     bool setIniSection(const psString& name);
+    // What the test's title and result blocks show, as the test stands now.
+    psTestFacts facts() const;
 
     // ---- identity and state
     const psString& getFuncName() const { return m_funcName; }
     const psString& getFileName() const { return m_fileName; }
     const psString& getSrcPath() const { return m_srcPath; }
     const psTestInfo& getInfo() const { return m_info; }
+    psTestNames names() const { return psTestNames{m_funcName, m_info.testName, m_srcPath}; }
     psTool& tool() { return m_tool; }
     psList<psParameter*>& parameters() { return m_parms; }
     void addParameter(psParameter* p) { m_parms.add(p); }
@@ -130,6 +134,12 @@ public:
     static int m_vectorShift;
     static int m_numParmsColm;
     static int m_numResultColm;
+    static int m_timeout;        // seconds a parameter combination may run before it is stopped (0: no limit)
+    static int m_nameMode;       // bit 1: name lines in the table ("-q+"), bit 2: a name-table file
+    static bool m_nameExit;      // -Q: only the names are written, nothing is measured
+    // The session's engine, whose settings every test takes over at the start of its
+    // run; the session layer binds it. Without one a test keeps its own settings.
+    static const psTool* m_pSessionTool;
 
 protected:
     bool m_deprecated;

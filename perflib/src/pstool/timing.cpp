@@ -10,7 +10,6 @@
 #include <cstdio>
 #include <vector>
 
-psTool g_tool;
 psTimingMethodFunc g_timingMethodFunc = nullptr;
 
 int psRegTimingMethod(psTimingMethodFunc f)

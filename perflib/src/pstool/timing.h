@@ -143,8 +143,6 @@ private:
     psInitFunc m_init;
 };
 
-// The session-wide engine whose settings every test takes over at the start of its run.
-extern psTool g_tool;
 // Registered function that sets the default timing method (null: Auto).
 typedef void (*psTimingMethodFunc)(psTool& tool);
 int psRegTimingMethod(psTimingMethodFunc f);
