@@ -179,19 +179,19 @@ TEST(Lzss, BadArgumentsGiveTheirStatus) {
     int srcLen = 64, dstLen = 64, negative = -1;
     using Encode = LumStatus (*)(Lum8u**, int*, Lum8u**, int*, LumLZSSState_8u*);
     for (Encode fn : {Encode(lumsEncodeLZSS_8u), Encode(lumsDecodeLZSS_8u)}) {
-        const struct { Lum8u** ppSrc; int* pSrcLen; Lum8u** ppDst; int* pDstLen; LumLZSSState_8u* st; LumStatus want; } cases[] = {
-            {nullptr, &srcLen, &dst, &dstLen, state.get(), lumStsNullPtrErr},
-            {&none, &srcLen, &dst, &dstLen, state.get(), lumStsNullPtrErr},
-            {&src, nullptr, &dst, &dstLen, state.get(), lumStsNullPtrErr},
-            {&src, &srcLen, nullptr, &dstLen, state.get(), lumStsNullPtrErr},
-            {&src, &srcLen, &none, &dstLen, state.get(), lumStsNullPtrErr},
-            {&src, &srcLen, &dst, nullptr, state.get(), lumStsNullPtrErr},
-            {&src, &srcLen, &dst, &dstLen, nullptr, lumStsNullPtrErr},
-            {&src, &negative, &dst, &dstLen, state.get(), lumStsSizeErr},
-            {&src, &srcLen, &dst, &negative, state.get(), lumStsSizeErr},
-            {&src, &srcLen, &dst, &dstLen, state.get(), lumStsContextMatchErr},  // never initialised
-        };
-        for (const auto& c : cases) EXPECT_EQ(fn(c.ppSrc, c.pSrcLen, c.ppDst, c.pDstLen, c.st), c.want);
+        SCOPED_TRACE(fn == Encode(lumsEncodeLZSS_8u) ? "encoder" : "decoder");
+        lumtest::expectStatuses({
+            {"null source pointer", fn(nullptr, &srcLen, &dst, &dstLen, state.get()), lumStsNullPtrErr},
+            {"null source", fn(&none, &srcLen, &dst, &dstLen, state.get()), lumStsNullPtrErr},
+            {"null source length", fn(&src, nullptr, &dst, &dstLen, state.get()), lumStsNullPtrErr},
+            {"null destination pointer", fn(&src, &srcLen, nullptr, &dstLen, state.get()), lumStsNullPtrErr},
+            {"null destination", fn(&src, &srcLen, &none, &dstLen, state.get()), lumStsNullPtrErr},
+            {"null destination length", fn(&src, &srcLen, &dst, nullptr, state.get()), lumStsNullPtrErr},
+            {"null state", fn(&src, &srcLen, &dst, &dstLen, nullptr), lumStsNullPtrErr},
+            {"negative source length", fn(&src, &negative, &dst, &dstLen, state.get()), lumStsSizeErr},
+            {"negative room", fn(&src, &srcLen, &dst, &negative, state.get()), lumStsSizeErr},
+            {"state never initialised", fn(&src, &srcLen, &dst, &dstLen, state.get()), lumStsContextMatchErr},
+        });
     }
     EXPECT_EQ(lumsEncodeLZSSFlush_8u(&dst, &dstLen, state.get()), lumStsContextMatchErr);
     EXPECT_EQ(lumsEncodeLZSSFlush_8u(&dst, &negative, state.get()), lumStsSizeErr);
