@@ -47,8 +47,8 @@ LUM_INTERNAL void limitDetectedFeatures(Lum64u mask);
 
 // For tests of the detection: the library behaves as if it ran on the processor the
 // sources describe (nullptr: the host), as lumGetCpuFeatures reports it, and re-selects
-// every path. Any limit set by limitDetectedFeatures is dropped. The sources must outlive
-// the simulation.
+// every path. Any limit set by limitDetectedFeatures is dropped. The sources are read
+// during the call only.
 LUM_INTERNAL void simulateCpu(const CpuSources* sources);
 
 template <class Fn>
