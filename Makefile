@@ -3,6 +3,7 @@
 
 BUILD      ?= build
 ASAN_BUILD ?= build-asan
+TSAN_BUILD ?= build-tsan
 JOBS       ?= 2
 CORPUS     ?= $(abspath ../shared/corpus/calgary)
 RESULTS    ?= $(abspath results)
@@ -19,7 +20,7 @@ PACKAGES = cmake make g++ pkg-config libgtest-dev zlib1g-dev libbz2-dev \
 TEST_PACKAGES = chromium
 SUDO := $(shell [ "$$(id -u)" = 0 ] || echo sudo)
 
-.PHONY: all deps test-deps install-packages build bench test test-plain test-sanitize corpus clean
+.PHONY: all deps test-deps install-packages build bench test test-plain test-sanitize test-thread corpus clean
 
 all: build
 
@@ -59,7 +60,7 @@ bench: build
 	@echo "Results written to $(RESULTS):"
 	@ls -1 $(RESULTS)
 
-test: test-plain test-sanitize
+test: test-plain test-sanitize test-thread
 
 test-plain: build test-deps
 	cd $(BUILD) && ctest --output-on-failure -j$(JOBS)
@@ -70,6 +71,14 @@ test-sanitize: test-deps
 	      -DPERFDC_BUILD_TOOLS=OFF -DPERFDC_CORPUS_DIR=$(CORPUS)
 	cmake --build $(ASAN_BUILD) -j$(JOBS)
 	cd $(ASAN_BUILD) && ctest --output-on-failure -j$(JOBS)
+
+# The LZO worker pool under the thread sanitizer (data races, lock order, fork, busy
+# pool): only the lum libraries and the LZO test program are built.
+test-thread: test-deps
+	cmake -S . -B $(TSAN_BUILD) -DCMAKE_BUILD_TYPE=RelWithDebInfo -DPERFDC_SANITIZE=thread \
+	      -DPERFDC_BUILD_TOOLS=OFF -DPERFDC_CORPUS_DIR=$(CORPUS)
+	cmake --build $(TSAN_BUILD) -j$(JOBS) --target lum_lzo_tests
+	cd $(TSAN_BUILD) && ctest --output-on-failure -j$(JOBS) -R '^lum\.lzo\.LzoPool\.'
 
 # Downloads the Calgary corpus into ./corpus and checks every file against
 # tools/corpus/SHA256SUMS. 'make bench' uses it when the corpus beside the project
@@ -88,4 +97,4 @@ corpus:
 	@echo "Corpus ready in $(LOCAL_CORPUS)"
 
 clean:
-	rm -rf $(BUILD) $(ASAN_BUILD)
+	rm -rf $(BUILD) $(ASAN_BUILD) $(TSAN_BUILD)

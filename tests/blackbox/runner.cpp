@@ -42,6 +42,21 @@ std::vector<std::string> cells(const std::string& line) {
     return out;
 }
 
+std::vector<std::vector<std::string>> resultLines(const std::string& table) {
+    std::vector<std::vector<std::string>> out;
+    bool seen = false;
+    for (const std::string& line : splitLines(table)) {
+        if (seen && !line.empty()) out.push_back(cells(line));
+        if (line.rfind("function,", 0) == 0) seen = true;
+    }
+    return out;
+}
+
+std::vector<std::string> quick(std::vector<std::string> args) {
+    args.insert(args.begin(), {"-B", "-f=none"});
+    return args;
+}
+
 Sandbox::Sandbox(const std::string& program) {
     std::string pattern = std::string(::testing::TempDir()) + "perfdc_bb_XXXXXX";
     std::vector<char> buf(pattern.begin(), pattern.end());

@@ -52,5 +52,9 @@ private:
 std::vector<std::string> splitLines(const std::string& text);
 // Cells of a csv line.
 std::vector<std::string> cells(const std::string& line);
+// The result lines of a table, as cells: the lines after its "function,..." title.
+std::vector<std::vector<std::string>> resultLines(const std::string& table);
+// The keys with -B -f=none before them: a batch run that selects no test, so it is short.
+std::vector<std::string> quick(std::vector<std::string> args);
 
 #endif

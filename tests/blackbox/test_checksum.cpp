@@ -14,17 +14,6 @@ namespace {
 const char* const kFuncs[] = {"lumsAdler32_8u", "lumsCRC32_8u", "lumsCRC32C_8u", "lumsCRC32_BZ2_8u"};
 const char* const kLengths[] = {"16384", "32768", "65536", "131072", "262144"};
 
-// The result lines of a table: the lines after its "function,..." title.
-std::vector<std::vector<std::string>> resultLines(const std::string& table) {
-    std::vector<std::vector<std::string>> out;
-    bool seen = false;
-    for (const std::string& line : splitLines(table)) {
-        if (seen && !line.empty()) out.push_back(cells(line));
-        if (line.rfind("function,", 0) == 0) seen = true;
-    }
-    return out;
-}
-
 bool isPositiveNumber(const std::string& s) {
     char* end = nullptr;
     double v = std::strtod(s.c_str(), &end);

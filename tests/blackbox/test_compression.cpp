@@ -22,17 +22,6 @@ const char* const kFiles = "progc";
 const char* const kFiles = "progc;trans";
 #endif
 
-// The result lines of a table: the lines after its "function,..." title.
-std::vector<std::vector<std::string>> resultLines(const std::string& table) {
-    std::vector<std::vector<std::string>> out;
-    bool seen = false;
-    for (const std::string& line : splitLines(table)) {
-        if (seen && !line.empty()) out.push_back(cells(line));
-        if (line.rfind("function,", 0) == 0) seen = true;
-    }
-    return out;
-}
-
 // The PS Summary counts no failure, warning or undefined result.
 bool clean(const RunResult& r) {
     for (const char* row : {"| .Failures                0 ", "| ...Warnings              0 ", "| ...Undefined             0 "})

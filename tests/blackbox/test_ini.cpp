@@ -9,11 +9,6 @@
 
 namespace {
 
-std::vector<std::string> quick(std::vector<std::string> args) {
-    args.insert(args.begin(), {"-B", "-f=none"});
-    return args;
-}
-
 const char* const kWritten =
     "\n[Perf System]\n"
     "Method=Auto\t// Method = Auto\n"

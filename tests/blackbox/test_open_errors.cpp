@@ -1,10 +1,12 @@
-// Black-box runs with files that cannot be opened: every kind of file the program opens
-// is reported with the system's reason after the colon, and the run stops only for the
-// files that must be written from the start (ini file, tables, listing).
+// Black-box runs with files that cannot be opened or written: every kind of file the
+// program opens is reported with the system's reason after the colon, and the run stops
+// only for the files that must be written from the start (ini file, tables, listing).
+// A table that opens but cannot be written is reported and the run goes on.
 #include "runner.h"
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -48,6 +50,24 @@ TEST(OpenErrors, TheMessageNamesTheSystemsReason) {
                 EXPECT_NE(line.back(), ' ') << what << ": " << line;
             }
         }
+    }
+}
+
+// /dev/full opens, and every write to it fails: the performance table and the summary
+// file each say so once, and the run ends as usual, with exit code 0.
+TEST(WriteErrors, AFullDeviceIsReportedOncePerFileAndTheRunGoesOn) {
+    if (!std::filesystem::exists("/dev/full")) GTEST_SKIP() << "no /dev/full on this system";
+    const std::string message = "-- Can't write file /dev/full: No space left on device\n";
+    for (const auto& [keys, messages] : {std::pair<std::vector<std::string>, int>{{"-r/dev/full"}, 1},
+                                        {{"-r/dev/full", "-u/dev/full"}, 2}}) {
+        Sandbox box;
+        std::vector<std::string> args = {"-B", "-f=__psOrvexCpuTest"};
+        args.insert(args.end(), keys.begin(), keys.end());
+        RunResult r = box.run(args);
+        EXPECT_EQ(r.exitCode, 0) << keys.back();
+        EXPECT_EQ(r.count(message), messages) << r.output;
+        EXPECT_EQ(r.count("| Result   : OK "), 1) << r.output;
+        EXPECT_EQ(r.count("PS Summary"), 1) << r.output;
     }
 }
 

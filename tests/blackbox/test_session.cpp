@@ -11,14 +11,6 @@
 
 namespace {
 
-// Keys that select no test, so a run is short.
-const std::vector<std::string> kQuick = {"-B", "-f=none"};
-
-std::vector<std::string> quickWith(std::vector<std::string> args) {
-    args.insert(args.begin(), kQuick.begin(), kQuick.end());
-    return args;
-}
-
 TEST(SessionFiles, NamesAndPlaces) {
     const std::string abs = "/ABS/";  // replaced by the sandbox folder
     // expected: files relative to the sandbox
@@ -45,7 +37,7 @@ TEST(SessionFiles, NamesAndPlaces) {
             if (p != std::string::npos) a.replace(p, abs.size(), box.root() + "/");
             args.push_back(a);
         }
-        RunResult r = box.run(quickWith(args), RunOptions{"bin/perfdc", ".", "", ""});
+        RunResult r = box.run(quick(args), RunOptions{"bin/perfdc", ".", "", ""});
         EXPECT_EQ(r.exitCode, 0);
         for (const std::string& f : c.expected) EXPECT_TRUE(box.exists(f)) << c.args[0] << ": " << f << "\n" << r.output;
         // Nothing but the absolute names lands in the working folder itself.
@@ -57,7 +49,7 @@ TEST(SessionFiles, NamesAndPlaces) {
 TEST(SessionFiles, ProgramFoundThroughTheSearchPath) {
     Sandbox box("bin/perfdc");
     box.write("work/.keep", "");
-    RunResult r = box.run(quickWith({"-r", "-o"}), RunOptions{"perfdc", "work", "bin", ""});
+    RunResult r = box.run(quick({"-r", "-o"}), RunOptions{"perfdc", "work", "bin", ""});
     EXPECT_EQ(r.exitCode, 0);
     EXPECT_TRUE(r.hasLine("-r: write performance result table to perfdc.csv")) << r.output;
     EXPECT_TRUE(box.exists("work/perfdc.csv"));
@@ -74,7 +66,7 @@ TEST(SessionFiles, LowerCaseCreatesUpperCaseAppends) {
     for (const auto& c : cases) {
         Sandbox box;
         box.write(c.file, "previous run\n");
-        RunResult r = box.run(quickWith({c.key}));
+        RunResult r = box.run(quick({c.key}));
         EXPECT_EQ(r.exitCode, 0);
         const std::string text = box.read(c.file);
         EXPECT_EQ(text.rfind("previous run\n", 0) == 0, c.keepsOld) << c.key << "\n" << text;
@@ -84,7 +76,7 @@ TEST(SessionFiles, LowerCaseCreatesUpperCaseAppends) {
 
 TEST(SessionFiles, ListingHoldsTheConsoleButNotTheSortingLine) {
     Sandbox box;
-    RunResult r = box.run(quickWith({"-o"}));
+    RunResult r = box.run(quick({"-o"}));
     EXPECT_EQ(r.exitCode, 0);
     EXPECT_EQ(r.count("Sorting functions...\n"), 1);
     const std::string listing = box.read("perfdc.txt");
@@ -106,7 +98,7 @@ TEST(SessionFiles, FilesThatCannotBeOpenedStopTheRun) {
     };
     for (const auto& c : cases) {
         Sandbox box;
-        RunResult r = box.run(quickWith(c.args));
+        RunResult r = box.run(quick(c.args));
         EXPECT_EQ(r.exitCode, 0);
         EXPECT_TRUE(r.hasLine(c.fatal)) << c.args[0] << "\n" << r.output;
         if (!c.reason.empty()) {
@@ -117,7 +109,7 @@ TEST(SessionFiles, FilesThatCannotBeOpenedStopTheRun) {
     }
     // A missing input ini file is reported but is no error.
     Sandbox box;
-    RunResult r = box.run(quickWith({"-inot_there"}));
+    RunResult r = box.run(quick({"-inot_there"}));
     EXPECT_EQ(r.exitCode, 0);
     EXPECT_EQ(r.count("-- Can't open file ./not_there.ini to read: No such file or directory\n"), 1) << r.output;
     EXPECT_EQ(r.count("PS Summary"), 1) << r.output;
@@ -149,7 +141,7 @@ TEST(SessionSources, NoArgumentsReadTheFirstCfgLine) {
 TEST(SessionSources, ArgumentsWinOverTheCfgFile) {
     Sandbox box;
     box.write("perfdc.cfg", "-rfromcfg\n");
-    RunResult r = box.run(quickWith({}));
+    RunResult r = box.run(quick({}));
     EXPECT_EQ(r.exitCode, 0);
     EXPECT_EQ(r.output.rfind("Command line options: \n-B: batch mode\n", 0), 0u) << r.output;
     EXPECT_FALSE(box.exists("fromcfg.csv"));

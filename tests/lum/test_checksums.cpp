@@ -5,14 +5,13 @@
 
 #include <algorithm>
 #include <cstring>
-#include <fstream>
-#include <iterator>
 #include <map>
 #include <random>
 #include <string>
 #include <vector>
 
 #include "checksums/checksum_paths.h"
+#include "lum_test.h"
 #include "lumdc.h"
 
 namespace lum::checksums {
@@ -25,7 +24,8 @@ namespace {
 using lum::checksums::ChecksumFamily;
 using lum::checksums::ChecksumPath;
 using lum::checksums::kChecksumFamilies;
-using Bytes = std::vector<Lum8u>;
+using lumtest::Bytes;
+using lumtest::randomBytes;
 
 // ---- References --------------------------------------------------------------------
 
@@ -60,13 +60,6 @@ Lum32u reference(const std::string& family, Lum32u value, const Lum8u* p, size_t
         done += piece;
     }
     return static_cast<Lum32u>(v);
-}
-
-Bytes randomBytes(size_t n, unsigned seed) {
-    std::mt19937 gen(seed);
-    Bytes b(n);
-    for (auto& x : b) x = static_cast<Lum8u>(gen());
-    return b;
 }
 
 bool runsHere(const ChecksumPath& path) {
@@ -135,17 +128,6 @@ TEST_P(Checksum, EveryPathMatchesReferenceOnLongAndSaturatedBuffers) {
     EXPECT_TRUE(allPathsMatch(0xFFF0FFF0u, ones.data(), ones.size(), "0xFF bytes"));
 }
 
-TEST_P(Checksum, EveryPathMatchesReferenceOnCorpus) {
-    const std::string dir = PERFDC_CORPUS_DIR;
-    if (!std::ifstream(dir + "/bib")) GTEST_SKIP() << "corpus not found in " << dir;
-    for (const char* file : {"bib", "book1", "geo", "obj1", "pic", "progc", "trans"}) {
-        std::ifstream in(dir + "/" + file, std::ios::binary);
-        ASSERT_TRUE(in) << file;
-        const Bytes data((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
-        EXPECT_TRUE(allPathsMatch(GetParam().initial, data.data(), data.size(), file));
-    }
-}
-
 // ---- Public function ----------------------------------------------------------------
 
 TEST_P(Checksum, RunningValueOverPiecesEqualsValueOverWhole) {
@@ -175,32 +157,6 @@ TEST_P(Checksum, BadArgumentsAreRejectedBeforeAnyAccess) {
     EXPECT_EQ(value, sentinel);
     EXPECT_EQ(GetParam().entry(data, 0, &value), lumStsNoErr);
     EXPECT_EQ(value, sentinel);
-}
-
-// The choice on processors of each level (simulated by hiding features of this one).
-TEST(ChecksumDispatch, FastestPathOfEachProcessorLevel) {
-    struct Case { Lum64u level; const char* family; const char* path; };
-    const Case cases[] = {
-        {lumCpuLevelSSE2, "lumsCRC32_8u", "portable"},       {lumCpuLevelSSE2, "lumsAdler32_8u", "portable"},
-        {lumCpuLevelSSE42, "lumsCRC32_8u", "clmul128"},      {lumCpuLevelSSE42, "lumsCRC32C_8u", "sse42x3"},
-        {lumCpuLevelSSE42, "lumsCRC32_BZ2_8u", "clmul128"},  {lumCpuLevelSSE42, "lumsAdler32_8u", "ssse3"},
-        {lumCpuLevelAVX2, "lumsCRC32C_8u", "sse42x3"},       {lumCpuLevelAVX2, "lumsAdler32_8u", "avx2"},
-        {lumCpuLevelAVX2 | lumCpuFeatureVPCLMUL, "lumsCRC32_8u", "vpclmul256"},
-        {lumCpuLevelAVX512, "lumsCRC32_BZ2_8u", "vpclmul512"}, {lumCpuLevelAVX512, "lumsAdler32_8u", "avx512"},
-    };
-    Lum64u detected = 0;
-    lumGetCpuFeatures(&detected, nullptr);
-    for (const Case& c : cases) {
-        if ((c.level & ~detected) != 0) continue;
-        lum::limitDetectedFeatures(c.level);
-        for (const ChecksumFamily& f : kChecksumFamilies) {
-            if (c.family == std::string(f.name)) {
-                EXPECT_STREQ(f.slot().current().name, c.path) << f.name << " " << std::hex << c.level;
-            }
-        }
-    }
-    lum::limitDetectedFeatures(lumCpuFeatureAll);
-    EXPECT_EQ(lumGetEnabledCpuFeatures(), detected);
 }
 
 // Every path is chosen for the lowest feature mask that covers it (the baseline for the

@@ -1,11 +1,11 @@
 // Core services: status texts, feature detection and selection, thread budget and the
 // level named in the version records (the cache size has its own file).
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <set>
 #include <string>
 
+#include "checksums/checksum_paths.h"
 #include "core/dispatch.h"
 #include "lumdc.h"
 
@@ -19,19 +19,15 @@ Lum64u detectedFeatures() {
     return mask;
 }
 
-// The default thread budget: the processors online, 1 when the system does not tell,
-// at most 1024.
-int defaultThreads() {
-    const long n = sysconf(_SC_NPROCESSORS_ONLN);
-    return n < 1 ? 1 : n > 1024 ? 1024 : static_cast<int>(n);
-}
-
+// Every test leaves the features and the thread budget as it found them.
 class CoreState : public testing::Test {
 protected:
+    void SetUp() override { ASSERT_EQ(lumGetNumThreads(&savedThreads), lumStsNoErr); }
     void TearDown() override {
         lum::limitDetectedFeatures(lumCpuFeatureAll);
-        lumSetNumThreads(defaultThreads());
+        lumSetNumThreads(savedThreads);
     }
+    int savedThreads = 1;
 };
 
 TEST(StatusString, EveryCodeHasItsOwnTextAndOthersAreUnknown) {
@@ -50,28 +46,102 @@ TEST(StatusString, EveryCodeHasItsOwnTextAndOthersAreUnknown) {
     for (LumStatus s : {4, 100, -11, -1000, 0x7FFFFFFF}) EXPECT_STREQ(lumGetStatusString(s), "Unknown status") << s;
 }
 
-TEST(CpuFeatures, DetectionIsConsistent) {
-    Lum64u mask = 0;
-    Lum32u regs[4] = {0, 0, 0, 0};
-    EXPECT_EQ(lumGetCpuFeatures(nullptr, regs), lumStsNullPtrErr);
-    ASSERT_EQ(lumGetCpuFeatures(&mask, regs), lumStsNoErr);
-#if defined(__x86_64__)
-    EXPECT_NE(mask & lumCpuFeatureSSE2, 0u);
-    EXPECT_NE(regs[3] & (1u << 26), 0u) << "the registers are leaf 1's: EDX reports SSE2";
-#endif
-    EXPECT_EQ(mask & ~lumCpuFeatureAll, 0u);
-    // Features that need another one (its instructions or its register state).
-    const std::pair<Lum64u, Lum64u> implies[] = {
-        {lumCpuFeatureAVX2, lumCpuFeatureAVX},       {lumCpuFeatureVPCLMUL, lumCpuFeatureAVX},
-        {lumCpuFeatureAVX512F, lumCpuFeatureAVX2},   {lumCpuFeatureAVX512BW, lumCpuFeatureAVX512F},
-        {lumCpuFeatureAVX512VL, lumCpuFeatureAVX512F},
-    };
-    for (const auto& [feature, needs] : implies) {
-        if (mask & feature) {
-            EXPECT_NE(mask & needs, 0u) << std::hex << feature;
-        }
+// ---- Detection on simulated processors -----------------------------------------------
+
+// CPUID bits the detection reads: leaf 1 ECX/EDX, leaf 7 EBX/ECX, leaf 0x80000001 ECX.
+constexpr Lum32u kL1Ecx = 1u << 0 | 1u << 1 | 1u << 9 | 1u << 19 | 1u << 20 | 1u << 23 | 1u << 28;  // SSE3..AVX
+constexpr Lum32u kOsxsave = 1u << 27, kSse2 = 1u << 26;
+constexpr Lum32u kL7Avx2 = 1u << 3 | 1u << 5 | 1u << 8, kL7Avx512 = 1u << 16 | 1u << 30 | 1u << 31;
+constexpr Lum32u kVpclmul = 1u << 10, kLzcnt = 1u << 5;
+constexpr Lum64u kXcr0Ymm = 0x7, kXcr0Zmm = 0xE7;
+constexpr Lum64u kAvx512Features = lumCpuLevelAVX512 | lumCpuFeatureVPCLMUL;
+constexpr Lum64u kAvx2Features = lumCpuLevelAVX2 | lumCpuFeatureVPCLMUL;
+constexpr Lum64u kNoYmmFeatures = lumCpuLevelSSE42 | lumCpuFeatureBMI1 | lumCpuFeatureBMI2 | lumCpuFeatureLZCNT;
+
+struct Processor {
+    Lum32u maxLeaf, maxExt, l1Ecx, l1Edx, l7Ebx, l7Ecx, e1Ecx;
+    Lum64u xcr0;  // ~0: XGETBV must not be executed (no OSXSAVE)
+};
+const Processor* g_cpu = nullptr;
+bool g_xgetbvRead = false;
+
+lum::CpuidRegs simulatedCpuid(Lum32u leaf, Lum32u) {
+    const Processor& p = *g_cpu;
+    if (leaf == 0) return {p.maxLeaf, 0, 0, 0};
+    if (leaf == 0x80000000u) return {p.maxExt, 0, 0, 0};
+    // Leaves beyond the highest announced one answer as the processor likes: here with
+    // every bit, so that reading them shows.
+    if (leaf == 1) return {0x906EA, 0, p.l1Ecx, p.l1Edx};
+    if (leaf == 7) return {0, p.l7Ebx, p.l7Ecx, 0};
+    if (leaf == 0x80000001u) return {0, 0, p.e1Ecx, 0};
+    return {};
+}
+Lum64u simulatedXcr0() {
+    g_xgetbvRead = true;
+    return g_cpu->xcr0;
+}
+const lum::CpuSources kSimulatedCpu = {simulatedCpuid, simulatedXcr0};
+
+class CpuDetection : public CoreState {
+protected:
+    void TearDown() override {
+        lum::simulateCpu(nullptr);
+        CoreState::TearDown();
     }
-    EXPECT_EQ(lumGetEnabledCpuFeatures(), mask);
+    // The library's view of the simulated processor: lumGetCpuFeatures' mask.
+    static Lum64u detectOn(const Processor& p) {
+        g_cpu = &p;
+        g_xgetbvRead = false;
+        lum::simulateCpu(&kSimulatedCpu);
+        return detectedFeatures();
+    }
+};
+
+TEST_F(CpuDetection, FeaturesCountOnlyWithTheirLeafAndTheRegisterStateTheOsSaves) {
+    const Lum32u l1 = kL1Ecx | kOsxsave;
+    const struct { const char* machine; Processor cpu; Lum64u features; bool readsXcr0; } cases[] = {
+        {"AVX-512 with ZMM state saved", {0xD, 0x80000008u, l1, kSse2, kL7Avx2 | kL7Avx512, kVpclmul, kLzcnt, kXcr0Zmm},
+         kAvx512Features, true},
+        {"AVX-512 reported, but the OS does not save the ZMM state (XCR0 bits 5-7 clear)",
+         {0xD, 0x80000008u, l1, kSse2, kL7Avx2 | kL7Avx512, kVpclmul, kLzcnt, kXcr0Ymm}, kAvx2Features, true},
+        {"opmask and upper ZMM saved, the high 16 ZMM not (XCR0 bit 7 clear)",
+         {0xD, 0x80000008u, l1, kSse2, kL7Avx2 | kL7Avx512, kVpclmul, kLzcnt, 0x67}, kAvx2Features, true},
+        {"AVX reported, but the OS does not save the YMM state",
+         {0xD, 0x80000008u, l1, kSse2, kL7Avx2 | kL7Avx512, kVpclmul, kLzcnt, 0x3}, kNoYmmFeatures, true},
+        {"no OSXSAVE: XGETBV is never executed",
+         {0xD, 0x80000008u, kL1Ecx, kSse2, kL7Avx2 | kL7Avx512, kVpclmul, kLzcnt, ~Lum64u{0}}, kNoYmmFeatures, false},
+        {"highest basic leaf 6: leaf 7 is not read",
+         {6, 0x80000008u, l1, kSse2, kL7Avx2 | kL7Avx512, kVpclmul, kLzcnt, kXcr0Zmm},
+         lumCpuLevelSSE42 | lumCpuFeatureAVX | lumCpuFeatureLZCNT, true},
+        {"no extended leaves: no LZCNT",
+         {0xD, 0x80000000u, l1, kSse2, kL7Avx2, 0, kLzcnt, kXcr0Ymm}, lumCpuLevelAVX2 & ~lumCpuFeatureLZCNT, true},
+        {"SSE2 only", {1, 0x80000001u, 0, kSse2, 0, 0, 0, 0}, lumCpuFeatureSSE2, false},
+        {"a VM whose CPUID answers nothing", {0, 0, ~0u, ~0u, ~0u, ~0u, ~0u, kXcr0Zmm}, 0, false},
+    };
+    for (const auto& c : cases) {
+        EXPECT_EQ(detectOn(c.cpu), c.features) << c.machine;
+        EXPECT_EQ(g_xgetbvRead, c.readsXcr0) << c.machine;
+        EXPECT_EQ(lumGetEnabledCpuFeatures(), c.features) << c.machine;
+    }
+}
+
+// On a processor whose OS does not save the ZMM state the library neither offers
+// AVX-512 nor runs a path that needs it, and lumInit keeps to the simulated processor.
+TEST_F(CpuDetection, NoZmmStateMeansNoAvx512Path) {
+    const Processor noZmm = {0xD, 0x80000008u, kL1Ecx | kOsxsave, kSse2, kL7Avx2 | kL7Avx512, kVpclmul, kLzcnt, kXcr0Ymm};
+    ASSERT_EQ(detectOn(noZmm), kAvx2Features);
+    Lum64u mask = 0;
+    Lum32u regs[4] = {};
+    ASSERT_EQ(lumGetCpuFeatures(&mask, regs), lumStsNoErr);
+    EXPECT_EQ(regs[2], noZmm.l1Ecx) << "the registers are the simulated leaf 1's";
+    EXPECT_EQ(regs[3], noZmm.l1Edx);
+    for (const auto& f : lum::checksums::kChecksumFamilies) {
+        EXPECT_EQ(f.slot().current().required & ~kAvx2Features, 0u) << f.name << ": " << f.slot().current().name;
+    }
+    EXPECT_EQ(lumSetCpuFeatures(lumCpuLevelAVX512), lumStsCpuNotSupportedErr);
+    ASSERT_EQ(lumSetCpuFeatures(lumCpuLevelSSE42), lumStsNoErr);
+    ASSERT_EQ(lumInit(), lumStsNoErr);
+    EXPECT_EQ(lumGetEnabledCpuFeatures(), kAvx2Features);
 }
 
 TEST_F(CoreState, SetCpuFeaturesRestrictsAndInitRestores) {
@@ -93,36 +163,26 @@ TEST_F(CoreState, SetCpuFeaturesRestrictsAndInitRestores) {
 }
 
 TEST_F(CoreState, SetCpuFeaturesRefusesBadMasksAndKeepsTheSelection) {
-    const Lum64u detected = detectedFeatures();
     ASSERT_EQ(lumSetCpuFeatures(lumCpuLevelSSE2), lumStsNoErr);
     EXPECT_EQ(lumSetCpuFeatures(0), lumStsBadArgErr);
     EXPECT_EQ(lumSetCpuFeatures(lumCpuFeatureAll + 1), lumStsBadArgErr);
     EXPECT_EQ(lumSetCpuFeatures(~Lum64u{0}), lumStsBadArgErr);
     EXPECT_EQ(lumGetEnabledCpuFeatures(), lumCpuFeatureSSE2);
-
-    // A processor without AVX-512 (simulated on one that has it).
-    lum::limitDetectedFeatures(lumCpuLevelAVX2);
-    const Lum64u limited = detectedFeatures();
-    EXPECT_EQ(limited, detected & lumCpuLevelAVX2);
-    EXPECT_EQ(lumGetEnabledCpuFeatures(), limited);
-    EXPECT_EQ(lumSetCpuFeatures(lumCpuFeatureAVX512F | lumCpuFeatureSSE2), lumStsCpuNotSupportedErr);
-    EXPECT_EQ(lumSetCpuFeatures(lumCpuLevelAVX512), lumStsCpuNotSupportedErr);
-    EXPECT_EQ(lumGetEnabledCpuFeatures(), limited);
-    ASSERT_EQ(lumInit(), lumStsNoErr);
-    EXPECT_EQ(lumGetEnabledCpuFeatures(), limited);
 }
 
+// The budget starts within 1..1024 whatever the machine, and follows every accepted call;
+// a refused value leaves it as it was.
 TEST_F(CoreState, ThreadBudget) {
-    int n = 0;
-    ASSERT_EQ(lumGetNumThreads(&n), lumStsNoErr);
-    EXPECT_EQ(n, defaultThreads());
+    EXPECT_GE(savedThreads, 1);
+    EXPECT_LE(savedThreads, 1024);
     EXPECT_EQ(lumGetNumThreads(nullptr), lumStsNullPtrErr);
-
-    ASSERT_EQ(lumSetNumThreads(3), lumStsNoErr);
-    for (int bad : {0, -1, 1025}) EXPECT_EQ(lumSetNumThreads(bad), lumStsBadArgErr) << bad;
-    ASSERT_EQ(lumGetNumThreads(&n), lumStsNoErr);
-    EXPECT_EQ(n, 3);
-    ASSERT_EQ(lumSetNumThreads(1024), lumStsNoErr);
+    int n = 0;
+    for (int budget : {1, 3, 1024, 2}) {
+        ASSERT_EQ(lumSetNumThreads(budget), lumStsNoErr) << budget;
+        for (int bad : {0, -1, 1025, -2147483647 - 1}) EXPECT_EQ(lumSetNumThreads(bad), lumStsBadArgErr) << bad;
+        ASSERT_EQ(lumGetNumThreads(&n), lumStsNoErr);
+        EXPECT_EQ(n, budget);
+    }
 }
 
 TEST_F(CoreState, VersionRecordsNameTheLibraryAndTheLevelInForce) {

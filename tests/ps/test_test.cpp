@@ -1,6 +1,6 @@
 // The test lifecycle: parameter combinations in odometer order, the data and
 // failure paths of a run, crashes and floating-point traps inside measured code,
-// and a real measurement of a memory copy through a library-function test.
+// and the Set&Use restore of a library-function test's vectors.
 #include "test.h"
 
 #include "conditions.h"
@@ -20,7 +20,6 @@
 #endif
 
 #include <cstdint>
-#include <cstring>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -293,15 +292,13 @@ TEST_F(LifecycleTest, AllocationAppliesAlignmentAndMutualShift) {
     psSetVectorAlign(0);
 }
 
-// ---------------------------------------------------------------- a real measurement
+// ---------------------------------------------------------------- Set&Use
 
 namespace {
 
 ppVector g_src(pp8u), g_dst(pp8u);
 int g_len = 0;
 int g_firstByteSeen = -1;
-
-int copyCall() { std::memcpy(g_dst.data(), g_src.data(), static_cast<size_t>(g_len)); return 0; }
 
 // Changes its own source: without Set&Use every call would see the previous one's result.
 int incrementCall() { g_src.ptr<unsigned char>()[0] += 1; return 0; }
@@ -327,22 +324,6 @@ private:
 };
 
 }  // namespace
-
-TEST_F(LifecycleTest, MemoryCopyIsMeasuredThroughTheWholeLifecycle) {
-    g_tool.setMethodAuto();
-    CopyTest t(copyCall);
-    g_ostrm.setOutLevel(ERR | WARN | PERF);
-    EXPECT_LE(t.run(), ACCURWRN) << out.text();
-    EXPECT_GT(t.tool().getFuncClocks(), 0.0);
-    EXPECT_EQ(nullptr, g_src.data()) << "data freed after the run";
-    EXPECT_TRUE(says("len=4096 \n"));
-    EXPECT_TRUE(says("perf="));
-    EXPECT_TRUE(says("/  4.1e+03=")) << "the divisor in the framework's number format";
-    const std::string csv = table.text();
-    EXPECT_EQ(0u, csv.find("lumsCopy_8u,4096,-,-,-,-,-,-,-,nLps=")) << csv;
-    EXPECT_NE(std::string::npos, csv.find(",e,"));
-    std::printf("[ measured ] memcpy of 4096 bytes: %.3f clocks per byte\n", t.performance(false));
-}
 
 TEST_F(LifecycleTest, SetAndUseRestoresTheVectorsBeforeEveryCall) {
     // The same random source each time; its first byte is incremented by every call.

@@ -11,31 +11,52 @@ namespace {
 
 #ifdef LUM_X86
 // XCR0 through the raw instruction, so this file needs no special compile flags.
-Lum64u readXcr0() {
+Lum64u hostXcr0() {
     Lum32u lo = 0, hi = 0;
     __asm__ volatile("xgetbv" : "=a"(lo), "=d"(hi) : "c"(0));
     return (static_cast<Lum64u>(hi) << 32) | lo;
 }
+#else
+Lum64u hostXcr0() { return 0; }
 #endif
+
+CpuidRegs hostCpuid(Lum32u leaf, Lum32u subleaf) { return cpuid(leaf, subleaf); }
 
 bool bit(Lum32u reg, int n) { return ((reg >> n) & 1u) != 0; }
 
-CpuInfo detect() {
-    CpuInfo info;
+}  // namespace
+
+CpuidRegs cpuid(Lum32u leaf, Lum32u subleaf) {
+    CpuidRegs r;
 #ifdef LUM_X86
-    info.maxLeaf = cpuid(0).eax;
-    info.maxExtLeaf = cpuid(0x80000000u).eax;
+    __cpuid_count(leaf, subleaf, r.eax, r.ebx, r.ecx, r.edx);
+#else
+    (void)leaf;
+    (void)subleaf;
+#endif
+    return r;
+}
+
+const CpuSources& hostCpuSources() {
+    static const CpuSources host = {hostCpuid, hostXcr0};
+    return host;
+}
+
+CpuInfo detectCpu(const CpuSources& src) {
+    CpuInfo info;
+    info.maxLeaf = src.cpuid(0, 0).eax;
+    info.maxExtLeaf = src.cpuid(0x80000000u, 0).eax;
     if (info.maxLeaf < 1) return info;
 
-    const CpuidRegs l1 = cpuid(1);
+    const CpuidRegs l1 = src.cpuid(1, 0);
     info.leaf1 = l1;
-    const CpuidRegs l7 = info.maxLeaf >= 7 ? cpuid(7, 0) : CpuidRegs{};
-    const CpuidRegs e1 = info.maxExtLeaf >= 0x80000001u ? cpuid(0x80000001u) : CpuidRegs{};
+    const CpuidRegs l7 = info.maxLeaf >= 7 ? src.cpuid(7, 0) : CpuidRegs{};
+    const CpuidRegs e1 = info.maxExtLeaf >= 0x80000001u ? src.cpuid(0x80000001u, 0) : CpuidRegs{};
 
     // Register state the OS saves on context switches: SSE+YMM for AVX, plus opmask and
     // both ZMM halves for AVX-512.
     const bool osxsave = bit(l1.ecx, 27);
-    const Lum64u xcr0 = osxsave ? readXcr0() : 0;
+    const Lum64u xcr0 = osxsave ? src.xcr0() : 0;
     const bool ymmState = (xcr0 & 0x6) == 0x6;
     const bool zmmState = ymmState && (xcr0 & 0xE0) == 0xE0;
 
@@ -61,25 +82,11 @@ CpuInfo detect() {
         }
     }
     info.features = f;
-#endif
     return info;
 }
 
-}  // namespace
-
-CpuidRegs cpuid(Lum32u leaf, Lum32u subleaf) {
-    CpuidRegs r;
-#ifdef LUM_X86
-    __cpuid_count(leaf, subleaf, r.eax, r.ebx, r.ecx, r.edx);
-#else
-    (void)leaf;
-    (void)subleaf;
-#endif
-    return r;
-}
-
 const CpuInfo& cpuInfo() {
-    static const CpuInfo info = detect();
+    static const CpuInfo info = detectCpu(hostCpuSources());
     return info;
 }
 

@@ -21,7 +21,21 @@ struct CpuInfo {
     Lum32u maxExtLeaf = 0;  // highest extended leaf (0x8000xxxx)
 };
 
-// Detected once, on first use.
+// Where detection reads the processor: the host's instructions, or a simulated processor
+// in tests (as the cache size has its own replaceable sources).
+struct CpuSources {
+    CpuidRegs (*cpuid)(Lum32u leaf, Lum32u subleaf);  // CPUID answers
+    Lum64u (*xcr0)();  // XGETBV(0): register state the OS saves; read only under OSXSAVE
+};
+
+// The host's CPUID and XGETBV (all zero where the instructions do not exist).
+LUM_INTERNAL const CpuSources& hostCpuSources();
+
+// The facts the sources describe: the feature bits count only where the OS saves the
+// registers they use (YMM for AVX, AVX2 and VPCLMUL; opmask and ZMM for AVX-512).
+LUM_INTERNAL CpuInfo detectCpu(const CpuSources& sources);
+
+// The host's facts, detected once, on first use.
 LUM_INTERNAL const CpuInfo& cpuInfo();
 
 }  // namespace lum

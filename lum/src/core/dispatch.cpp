@@ -14,10 +14,11 @@ namespace {
 struct Registry {
     std::mutex mutex;
     std::vector<DispatchSlotBase*> slots;
-    std::atomic<Lum64u> detected{0};  // what the processor offers (see limitDetectedFeatures)
+    CpuInfo info;                     // the processor in force (the host or a simulated one)
+    std::atomic<Lum64u> detected{0};  // what it offers (see limitDetectedFeatures)
     std::atomic<Lum64u> enabled{0};
 
-    explicit Registry(Lum64u features) : detected(features), enabled(features) {}
+    explicit Registry(const CpuInfo& cpu) : info(cpu), detected(cpu.features), enabled(cpu.features) {}
 
     // Caller holds the mutex.
     void apply(Lum64u mask) {
@@ -28,7 +29,7 @@ struct Registry {
 
 // Never destroyed: slots of other libraries may detach during process exit in any order.
 Registry& registry() {
-    static Registry* instance = new Registry(cpuInfo().features);
+    static Registry* instance = new Registry(cpuInfo());
     return *instance;
 }
 
@@ -52,8 +53,17 @@ Lum64u enabledFeatures() { return registry().enabled.load(std::memory_order_acqu
 void limitDetectedFeatures(Lum64u mask) {
     Registry& r = registry();
     std::lock_guard<std::mutex> lock(r.mutex);
-    r.detected.store(cpuInfo().features & mask, std::memory_order_relaxed);
+    r.detected.store(r.info.features & mask, std::memory_order_relaxed);
     r.apply(r.detected.load(std::memory_order_relaxed));
+}
+
+void simulateCpu(const CpuSources* sources) {
+    const CpuInfo info = sources ? detectCpu(*sources) : cpuInfo();
+    Registry& r = registry();
+    std::lock_guard<std::mutex> lock(r.mutex);
+    r.info = info;
+    r.detected.store(info.features, std::memory_order_relaxed);
+    r.apply(info.features);
 }
 
 }  // namespace lum
@@ -69,13 +79,14 @@ LumStatus lumInit(void) {
 
 LumStatus lumGetCpuFeatures(Lum64u* pMask, Lum32u* pCpuidRegs) {
     if (pMask == nullptr) return lumStsNullPtrErr;
-    const lum::CpuInfo& info = lum::cpuInfo();
-    *pMask = lum::registry().detected.load(std::memory_order_relaxed);
+    lum::Registry& r = lum::registry();
+    std::lock_guard<std::mutex> lock(r.mutex);
+    *pMask = r.detected.load(std::memory_order_relaxed);
     if (pCpuidRegs != nullptr) {
-        pCpuidRegs[0] = info.leaf1.eax;
-        pCpuidRegs[1] = info.leaf1.ebx;
-        pCpuidRegs[2] = info.leaf1.ecx;
-        pCpuidRegs[3] = info.leaf1.edx;
+        pCpuidRegs[0] = r.info.leaf1.eax;
+        pCpuidRegs[1] = r.info.leaf1.ebx;
+        pCpuidRegs[2] = r.info.leaf1.ecx;
+        pCpuidRegs[3] = r.info.leaf1.edx;
     }
     return lumStsNoErr;
 }

@@ -12,6 +12,7 @@
 #include <atomic>
 #include <cstddef>
 
+#include "core/cpu_features.h"
 #include "core/export.h"
 #include "lumcore.h"
 
@@ -43,6 +44,12 @@ LUM_INTERNAL Lum64u enabledFeatures();
 // the detected features that are also in mask (lumCpuFeatureAll: the real processor) and
 // re-selects every path as lumInit does.
 LUM_INTERNAL void limitDetectedFeatures(Lum64u mask);
+
+// For tests of the detection: the library behaves as if it ran on the processor the
+// sources describe (nullptr: the host), as lumGetCpuFeatures reports it, and re-selects
+// every path. Any limit set by limitDetectedFeatures is dropped. The sources are read
+// during the call only.
+LUM_INTERNAL void simulateCpu(const CpuSources* sources);
 
 template <class Fn>
 class DispatchSlot final : public DispatchSlotBase {

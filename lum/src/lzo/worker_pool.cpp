@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <new>
 #include <system_error>
 
 namespace lum::lzo {
@@ -59,6 +60,12 @@ void WorkerPool::forgetIfForked() {
     }
     static auto* const orphans = new std::vector<std::thread>;
     for (auto& t : threads_) orphans->push_back(std::move(t));
+    // Nor the waiters its lock and condition variables still record (a broadcast would
+    // wait for them for ever): the child starts with fresh ones, the old ones are left as
+    // they are, like the threads.
+    new (&m_) std::mutex;
+    new (&wake_) std::condition_variable;
+    new (&idle_) std::condition_variable;
     std::lock_guard<std::mutex> lk(m_);
     threads_.clear();
     limit_ = 0;

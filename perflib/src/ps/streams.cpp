@@ -64,12 +64,24 @@ void io_stream::close()
 void o_stream::write(const psString& text)
 {
     if (m_file)
-        std::fputs(text.c_str(), m_file);
+        checkWritten(std::fputs(text.c_str(), m_file) >= 0);
     else
         std::printf("%s", text.c_str());
 }
 
-void o_stream::flush() { std::fflush(m_file ? m_file : stdout); }
+void o_stream::flush()
+{
+    const bool ok = std::fflush(m_file ? m_file : stdout) == 0;
+    if (m_file) checkWritten(ok);
+}
+
+void o_stream::checkWritten(bool ok)
+{
+    if (ok || m_failed || m_name.empty()) return;
+    const int err = errno;
+    m_failed = true;  // before the report, which may come back through this stream
+    psReportFileError("write", m_name, 0, err);
+}
 
 bool i_stream::getline(psString& line)
 {

@@ -50,12 +50,19 @@ protected:
     FILE* m_file;
 };
 
+// An output file reports the first write that fails ("-- Can't write file <name>:
+// <reason>"), e.g. a full disk after a successful open; later ones stay quiet.
 class o_stream : public io_stream {
 public:
     o_stream(FILE* f) : io_stream(f) {}
-    o_stream(psString& name, int mode, bool report = true) : io_stream(name, mode, report) {}
+    o_stream(psString& name, int mode, bool report = true) : io_stream(name, mode, report), m_name(name) {}
     void write(const psString& text);
     void flush();
+
+private:
+    void checkWritten(bool ok);
+    psString m_name;  // empty for the standard streams
+    bool m_failed = false;
 };
 
 class i_stream : public io_stream {

@@ -26,16 +26,6 @@ Bytes naiveBwt(const Bytes& s, int* index) {
     return last;
 }
 
-// Inverse by the single "next row" chain.
-Bytes naiveInverseBwt(const Bytes& last, int index) {
-    std::vector<size_t> order(last.size());
-    std::iota(order.begin(), order.end(), 0);
-    std::stable_sort(order.begin(), order.end(), [&](size_t a, size_t b) { return last[a] < last[b]; });
-    Bytes out(last.size());
-    for (size_t k = 0, row = static_cast<size_t>(index); k < out.size(); ++k) out[k] = last[row = order[row]];
-    return out;
-}
-
 struct Bwt {
     Bytes last;
     int index = -1;

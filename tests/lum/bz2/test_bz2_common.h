@@ -1,36 +1,39 @@
-// Shared helpers of the block-sorting tests: byte vectors, corpus access, work areas, the
-// forward chain of one block and the decoder fuzzing driver.
+// Shared helpers of the block-sorting tests: repeated units, the naive inverse BWT, the
+// forward chain of one block, the Huffman and streaming drivers and the decoder fuzzing
+// driver; byte vectors, corpus files and work areas come from the lum tests' helpers.
 #ifndef TESTS_LUM_BZ2_TEST_BZ2_COMMON_H
 #define TESTS_LUM_BZ2_TEST_BZ2_COMMON_H
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <fstream>
-#include <iterator>
 #include <numeric>
 #include <random>
 #include <string>
 #include <vector>
 
+#include "../lum_test.h"
 #include "lumdc.h"
 
 namespace bz2test {
 
-using Bytes = std::vector<Lum8u>;
+using namespace lumtest;
 using Symbols = std::vector<Lum16u>;
-
-inline Bytes randomBytes(size_t n, unsigned seed, int alphabet = 256) {
-    std::mt19937 gen(seed);
-    Bytes b(n);
-    for (auto& x : b) x = static_cast<Lum8u>(gen() % static_cast<unsigned>(alphabet));
-    return b;
-}
 
 inline Bytes repeated(const std::string& unit, size_t times) {
     Bytes b;
     for (size_t i = 0; i < times; ++i) b.insert(b.end(), unit.begin(), unit.end());
     return b;
+}
+
+// The inverse BWT by the single "next row" chain: the rotation that `index` names.
+inline Bytes naiveInverseBwt(const Bytes& last, int index) {
+    std::vector<size_t> order(last.size());
+    std::iota(order.begin(), order.end(), 0);
+    std::stable_sort(order.begin(), order.end(), [&](size_t a, size_t b) { return last[a] < last[b]; });
+    Bytes out(last.size());
+    for (size_t k = 0, row = static_cast<size_t>(index); k < out.size(); ++k) out[k] = last[row = order[row]];
+    return out;
 }
 
 // A real pointer for every buffer, empty ones included (the library refuses null ones).
@@ -39,46 +42,6 @@ T* ptr(std::vector<T>& v) {
     static T none[1];
     return v.empty() ? none : v.data();
 }
-
-// The sanitizer build (it defines __SANITIZE_ADDRESS__) uses shorter corpus pieces.
-#ifdef __SANITIZE_ADDRESS__
-constexpr size_t kCorpusCut = 20000;
-#else
-constexpr size_t kCorpusCut = 102400;
-#endif
-
-inline const char* const kCorpusFiles[] = {"bib", "book1", "book2", "geo", "news", "obj1", "obj2",
-                                           "paper1", "paper2", "pic", "progc", "progl", "progp", "trans"};
-
-// A corpus file cut to at most `cut` bytes; empty when the corpus is absent.
-inline Bytes corpusFile(const std::string& name, size_t cut = kCorpusCut) {
-    std::ifstream in(std::string(PERFDC_CORPUS_DIR) + "/" + name, std::ios::binary);
-    Bytes b((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
-    b.resize(std::min(b.size(), cut));
-    return b;
-}
-
-// A work area of the size a GetSize function reports, seen as a T, `offset` bytes into its
-// buffer (the contract allows any alignment).
-template <class T = Lum8u>
-struct Area {
-    Bytes bytes;
-    size_t offset = 0;
-    template <class GetSize>
-    explicit Area(GetSize getSize, size_t off = 0) : offset(off) {
-        int size = 0;
-        EXPECT_EQ(getSize(&size), lumStsNoErr);
-        bytes.resize(static_cast<size_t>(std::max(size, 1)) + off);
-    }
-    T* get() { return reinterpret_cast<T*>(bytes.data() + offset); }
-    // Copies the state to `other` and takes its place, so that later calls show the state
-    // holds no pointers into itself.
-    T* moveTo(Area& other) {
-        std::copy(bytes.begin() + long(offset), bytes.end(), other.bytes.begin() + long(other.offset));
-        std::swap(*this, other);
-        return get();
-    }
-};
 
 // Appends the pending bits of a bit buffer (left-aligned), top byte first.
 inline void flushBits(Lum32u& code, int& bits, Bytes& out) {

@@ -1,21 +1,22 @@
 // LZSS: round trips through a decoder written here from the format description, streams
-// cut at arbitrary points in both directions, garbage input, arguments and the benchmark
-// module's call sequence.
+// cut at arbitrary points in both directions, garbage input and arguments. (The benchmark
+// module's call sequence runs in the black-box compression test, under its output check.)
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <cstring>
-#include <fstream>
 #include <functional>
-#include <iterator>
 #include <random>
 #include <string>
 #include <vector>
 
+#include "../lum_test.h"
 #include "lumdc.h"
 
 namespace {
 
-using Bytes = std::vector<Lum8u>;
+using lumtest::Bytes;
+using lumtest::randomBytes;
 using Pieces = std::function<int()>;  // the next piece length
 
 // The format read the plain way: a 4096-byte ring of blanks written from 4078, a flag
@@ -44,24 +45,12 @@ Bytes referenceDecode(const Bytes& in) {
     return out;
 }
 
-class State {
-public:
-    State() {
-        int size = 0;
-        EXPECT_EQ(lumsLZSSGetSize_8u(&size), lumStsNoErr);
-        area_.resize(size + 16);
-    }
-    LumLZSSState_8u* get() { return reinterpret_cast<LumLZSSState_8u*>(area_.data() + shift_); }
-    // Moves the work area to another offset, as a caller copying it between calls would.
-    void move() {
-        const int next = (shift_ + 5) % 16;
-        std::memmove(area_.data() + next, area_.data() + shift_, area_.size() - 16);
-        shift_ = next;
-    }
-
-private:
-    Bytes area_;
-    int shift_ = 0;
+// A work area that moves between two offsets after every call, as a caller copying it
+// between calls would.
+struct State {
+    lumtest::Area<LumLZSSState_8u> here{lumsLZSSGetSize_8u, 0}, there{lumsLZSSGetSize_8u, 5};
+    LumLZSSState_8u* get() { return here.get(); }
+    void move() { here.moveTo(there); }
 };
 
 // Encodes (then flushes) or decodes `in`, with the source and the room given in pieces.
@@ -106,13 +95,6 @@ Pieces randomPieces(int max, unsigned seed) {
     return [gen, max] { return 1 + int((*gen)() % max); };
 }
 
-Bytes randomBytes(size_t n, unsigned seed) {
-    std::mt19937 gen(seed);
-    Bytes b(n);
-    for (auto& x : b) x = Lum8u(gen());
-    return b;
-}
-
 std::vector<std::pair<std::string, Bytes>> edgeInputs() {
     Bytes all;
     for (int round = 0; round < 3; ++round)
@@ -142,13 +124,9 @@ TEST(Lzss, EdgeInputsRoundTripWholeAndInPieces) {
 }
 
 TEST(Lzss, CorpusRoundTrips) {
-    if (!std::ifstream(std::string(PERFDC_CORPUS_DIR) + "/bib")) GTEST_SKIP() << "corpus not found in " PERFDC_CORPUS_DIR;
-    for (const std::string name : {"bib", "book1", "book2", "geo", "news", "obj1", "obj2", "paper1", "paper2", "pic",
-                                   "progc", "progl", "progp", "trans"}) {
-        std::ifstream in(std::string(PERFDC_CORPUS_DIR) + "/" + name, std::ios::binary);
-        const Bytes data((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
-        expectRoundTrip(name, data, name == "paper1" || name == "pic");
-    }
+    if (lumtest::corpusFile("bib").empty()) GTEST_SKIP() << "corpus not found in " PERFDC_CORPUS_DIR;
+    for (const std::string name : lumtest::kCorpusFiles)
+        expectRoundTrip(name, lumtest::corpusFile(name, SIZE_MAX), name == "paper1" || name == "pic");
 }
 
 TEST(Lzss, CompressesRedundantInput) {
@@ -201,19 +179,19 @@ TEST(Lzss, BadArgumentsGiveTheirStatus) {
     int srcLen = 64, dstLen = 64, negative = -1;
     using Encode = LumStatus (*)(Lum8u**, int*, Lum8u**, int*, LumLZSSState_8u*);
     for (Encode fn : {Encode(lumsEncodeLZSS_8u), Encode(lumsDecodeLZSS_8u)}) {
-        const struct { Lum8u** ppSrc; int* pSrcLen; Lum8u** ppDst; int* pDstLen; LumLZSSState_8u* st; LumStatus want; } cases[] = {
-            {nullptr, &srcLen, &dst, &dstLen, state.get(), lumStsNullPtrErr},
-            {&none, &srcLen, &dst, &dstLen, state.get(), lumStsNullPtrErr},
-            {&src, nullptr, &dst, &dstLen, state.get(), lumStsNullPtrErr},
-            {&src, &srcLen, nullptr, &dstLen, state.get(), lumStsNullPtrErr},
-            {&src, &srcLen, &none, &dstLen, state.get(), lumStsNullPtrErr},
-            {&src, &srcLen, &dst, nullptr, state.get(), lumStsNullPtrErr},
-            {&src, &srcLen, &dst, &dstLen, nullptr, lumStsNullPtrErr},
-            {&src, &negative, &dst, &dstLen, state.get(), lumStsSizeErr},
-            {&src, &srcLen, &dst, &negative, state.get(), lumStsSizeErr},
-            {&src, &srcLen, &dst, &dstLen, state.get(), lumStsContextMatchErr},  // never initialised
-        };
-        for (const auto& c : cases) EXPECT_EQ(fn(c.ppSrc, c.pSrcLen, c.ppDst, c.pDstLen, c.st), c.want);
+        SCOPED_TRACE(fn == Encode(lumsEncodeLZSS_8u) ? "encoder" : "decoder");
+        lumtest::expectStatuses({
+            {"null source pointer", fn(nullptr, &srcLen, &dst, &dstLen, state.get()), lumStsNullPtrErr},
+            {"null source", fn(&none, &srcLen, &dst, &dstLen, state.get()), lumStsNullPtrErr},
+            {"null source length", fn(&src, nullptr, &dst, &dstLen, state.get()), lumStsNullPtrErr},
+            {"null destination pointer", fn(&src, &srcLen, nullptr, &dstLen, state.get()), lumStsNullPtrErr},
+            {"null destination", fn(&src, &srcLen, &none, &dstLen, state.get()), lumStsNullPtrErr},
+            {"null destination length", fn(&src, &srcLen, &dst, nullptr, state.get()), lumStsNullPtrErr},
+            {"null state", fn(&src, &srcLen, &dst, &dstLen, nullptr), lumStsNullPtrErr},
+            {"negative source length", fn(&src, &negative, &dst, &dstLen, state.get()), lumStsSizeErr},
+            {"negative room", fn(&src, &srcLen, &dst, &negative, state.get()), lumStsSizeErr},
+            {"state never initialised", fn(&src, &srcLen, &dst, &dstLen, state.get()), lumStsContextMatchErr},
+        });
     }
     EXPECT_EQ(lumsEncodeLZSSFlush_8u(&dst, &dstLen, state.get()), lumStsContextMatchErr);
     EXPECT_EQ(lumsEncodeLZSSFlush_8u(&dst, &negative, state.get()), lumStsSizeErr);
@@ -224,45 +202,6 @@ TEST(Lzss, BadArgumentsGiveTheirStatus) {
     EXPECT_EQ(lumsEncodeLZSS_8u(&src, &srcLen, &dst, &dstLen, state.get()), lumStsContextMatchErr);
     EXPECT_TRUE(src == buf.data() && dst == out.data() && srcLen == 64 && dstLen == 64);
     EXPECT_EQ(std::count(out.begin(), out.end(), 9), 64);
-}
-
-// The benchmark module: encode calls without flush on a state never re-initialised, each
-// from the start of the buffers with room 2n; then decode from a fresh state, with room
-// 2 x length, the stream that encode + flush produced.
-TEST(Lzss, ModuleCallSequence) {
-    const int n = 16384;
-    const Bytes data = edgeInputs()[6].second;
-    const Bytes src(data.begin(), data.begin() + n);
-    State state;
-    ASSERT_EQ(lumsEncodeLZSSInit_8u(state.get()), lumStsNoErr);
-    Bytes dst(2 * n), all, out(2 * n);
-    for (int call = 0; call < 4; ++call) {
-        Lum8u* ps = const_cast<Lum8u*>(src.data());
-        Lum8u* pd = dst.data();
-        int srcLen = n, dstLen = 2 * n;
-        ASSERT_EQ(lumsEncodeLZSS_8u(&ps, &srcLen, &pd, &dstLen, state.get()), lumStsNoErr);
-        EXPECT_EQ(srcLen, 0);
-        all.insert(all.end(), dst.data(), pd);
-    }
-    Lum8u* pd = dst.data();
-    int dstLen = 2 * n;
-    ASSERT_EQ(lumsEncodeLZSSFlush_8u(&pd, &dstLen, state.get()), lumStsNoErr);
-    all.insert(all.end(), dst.data(), pd);
-    Bytes four;
-    for (int i = 0; i < 4; ++i) four.insert(four.end(), src.begin(), src.end());
-    EXPECT_EQ(referenceDecode(all), four);  // the calls continue one stream
-
-    ASSERT_EQ(lumsEncodeLZSSInit_8u(state.get()), lumStsNoErr);
-    Bytes stream = encode(src, whole(), whole(), state);
-    for (int call = 0; call < 2; ++call) {
-        ASSERT_EQ(lumsDecodeLZSSInit_8u(state.get()), lumStsNoErr);
-        Lum8u *in = stream.data(), *o = out.data();
-        int inLen = int(stream.size()), room = 2 * n;
-        ASSERT_EQ(lumsDecodeLZSS_8u(&in, &inLen, &o, &room, state.get()), lumStsNoErr);
-        EXPECT_EQ(inLen, 0);
-        ASSERT_EQ(room, n);
-        EXPECT_TRUE(std::equal(src.begin(), src.end(), out.begin()));
-    }
 }
 
 }  // namespace
