@@ -65,41 +65,51 @@ int leastRotation(const Lum8u* s, int n, int* cand) {
     return cand[i < j ? (i < m ? i : j) : (j < m ? j : i)];
 }
 
-// Length of the Lyndon word v with t = v^m, for t at its least rotation (Duval's scan of
-// the first factor, which covers the whole of such a word).
-int lyndonPeriod(const Lum8u* t, int n) {
-    int k = 0, j = 1;
-    for (; j < n && t[k] <= t[j]; ++j) k = t[k] < t[j] ? 0 : k + 1;
-    const int p = j - k;
-    return (j == n && n % p == 0) ? p : n;
+// Length of the shortest unit v with t = v^m. The periods of a cyclic block that divide
+// its length are the multiples of that unit, so a candidate p that starts at n and is
+// divided by each prime factor q of n for as long as p / q is still a period ends at the
+// unit. Each test is one memcmp, which stops within a few bytes on all but highly
+// repetitive data.
+int shortestPeriod(const Lum8u* t, int n) {
+    const auto isPeriod = [&](int d) {
+        return std::memcmp(t, t + d, static_cast<size_t>(n - d)) == 0;
+    };
+    int p = n, rest = n;
+    for (int q = 2; rest > 1; ++q) {
+        if (q > rest / q) q = rest;  // what is left is prime
+        if (rest % q != 0) continue;
+        while (rest % q == 0) rest /= q;
+        while (p % q == 0 && isPeriod(p / q)) p /= q;
+    }
+    return p;
 }
 
 }  // namespace
 
 LumStatus bwtBySuffixSort(const Lum8u* src, Lum8u* dst, int n, int* index, Lum8u* work) {
-    Lum8u* t = alignBuff(work);
+    // prev[j] = t[j - 1] cyclically: the rotated block t sits one byte in, behind its
+    // own last byte, so that the last column is read without a test for the wrap.
+    Lum8u* prev = alignBuff(work);
+    Lum8u* t = prev + 1;
     auto* sa = reinterpret_cast<saidx_t*>(alignBuff(t + n));
     const int r = leastRotation(src, n, sa);
     std::memmove(t, src + r, static_cast<size_t>(n - r));
     std::memmove(t + (n - r), src, static_cast<size_t>(r));
-    const int p = lyndonPeriod(t, n), m = n / p;
+    prev[0] = t[n - 1];
+    const int p = shortestPeriod(t, n), m = n / p;
     if (divsufsort(t, sa, p) != 0) return lumStsMemAllocErr;
 
-    // The unrotated block starts at n - r of t; its group in v is that position mod p.
+    // The unrotated block starts at n - r of t; its group in v is that position mod p,
+    // and t[p - 1] = t[n - 1] when p divides n, so prev serves v as well.
     const int home = (n - r) % n % p;
+    const int row = static_cast<int>(std::find(sa, sa + p, home) - sa);
     if (m == 1) {
-        for (int k = 0; k < n; ++k) {
-            const int j = sa[k];
-            dst[k] = t[j == 0 ? n - 1 : j - 1];
-            if (j == home) *index = k;
-        }
+        for (int k = 0; k < n; ++k) dst[k] = prev[sa[k]];
+        *index = row;
     } else {
-        for (int g = 0; g < p; ++g) {
-            const int j = sa[g];
-            std::memset(dst + static_cast<size_t>(g) * m, t[j == 0 ? p - 1 : j - 1],
-                        static_cast<size_t>(m));
-            if (j == home) *index = g * m;
-        }
+        for (int g = 0; g < p; ++g)
+            std::memset(dst + static_cast<size_t>(g) * m, prev[sa[g]], static_cast<size_t>(m));
+        *index = row * m;
     }
     return lumStsNoErr;
 }
