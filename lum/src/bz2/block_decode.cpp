@@ -1,6 +1,10 @@
 // Decoding of one bzip2 block after its Huffman stage: zero-run decoding, inverse
-// move-to-front from a fresh list, inverse BWT and dictionary expansion, all in the
-// destination. The result is the block's first-stage run-length data.
+// move-to-front from a fresh list, inverse BWT and dictionary expansion (done by the
+// inverse BWT as it writes), all in the destination. The result is the block's
+// first-stage run-length data.
+#include <algorithm>
+
+#include "bz2/bwt_inverse.h"
 #include "bz2/bz2_common.h"
 
 extern "C" LumStatus lumsDecodeBlock_BZ2_16u8u(const Lum16u* pSrc, int srcLen, Lum8u* pDst,
@@ -13,8 +17,9 @@ extern "C" LumStatus lumsDecodeBlock_BZ2_16u8u(const Lum16u* pSrc, int srcLen, L
     if (sizeDictionary < 1 || sizeDictionary > 256) return lumStsBadArgErr;
     // A value of the block is a rank below sizeDictionary, so its symbol is at most
     // sizeDictionary; anything above cannot come from a valid block.
-    for (int i = 0; i < srcLen; ++i)
-        if (pSrc[i] > sizeDictionary) return lumStsCorruptDataErr;
+    Lum16u top = 0;
+    for (int i = 0; i < srcLen; ++i) top = std::max(top, pSrc[i]);
+    if (top > sizeDictionary) return lumStsCorruptDataErr;
 
     Lum16u* src = const_cast<Lum16u*>(pSrc);  // the decoder only advances the pointer
     int left = srcLen, n = *pDstLen;
@@ -30,8 +35,10 @@ extern "C" LumStatus lumsDecodeBlock_BZ2_16u8u(const Lum16u* pSrc, int srcLen, L
     auto* mtf = reinterpret_cast<LumMTFState_8u*>(mtfState);
     lumsMTFInit_8u(mtf);
     lumsMTFInv_8u(pDst, pDst, n, mtf);
-    if (n > 0) lumsBWTInv_8u(pDst, pDst, n, index, pBuff);
-    lumsExpandDictionary_8u_I(inUse, pDst, n, sizeDictionary);
+    // The inverse BWT writes the expanded values at once.
+    Lum8u value[256];
+    lum::bz2::expansionTable(inUse, value);
+    if (n > 0) lum::bz2::inverseBwt(pDst, pDst, n, index, pBuff, value);
     *pDstLen = n;
     return lumStsNoErr;
 }

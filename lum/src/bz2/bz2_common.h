@@ -38,6 +38,10 @@ inline LumStatus buffSize(int wndSize, int perByte, int* pSize) {
     return lumStsNoErr;
 }
 
+// The table that expands dictionary ranks back to the values marked in inUse (ranks at or
+// above the number marked stay as they are).
+void expansionTable(const Lum8u inUse[256], Lum8u value[256]);
+
 }  // namespace lum::bz2
 
 #endif
