@@ -167,12 +167,13 @@ TEST(Bz2Block, DecodesTheChainAndRefusesBadBlocks) {
     EXPECT_EQ(decodeBlock(good, out, room), lumStsNoErr);
     EXPECT_EQ(out, good.rle);
     EXPECT_EQ(decodeBlock(good, out, room - 1), lumStsSizeErr);
-    Chain bad[3] = {good, good, good};
+    Chain bad[4] = {good, good, good, good};
     bad[0].index = room;
     bad[1].symbols[3] = static_cast<Lum16u>(good.sizeDictionary + 1);  // beyond the dictionary
     bad[2].sizeDictionary = 0;
-    const LumStatus want[] = {lumStsCorruptDataErr, lumStsCorruptDataErr, lumStsBadArgErr};
-    for (int i = 0; i < 3; ++i) EXPECT_EQ(decodeBlock(bad[i], out, room), want[i]);
+    bad[3].symbols.insert(bad[3].symbols.begin() + 2, 32, Lum16u{1});  // a run of 2^33 - 2 zeros
+    const LumStatus want[] = {lumStsCorruptDataErr, lumStsCorruptDataErr, lumStsBadArgErr, lumStsCorruptDataErr};
+    for (int i = 0; i < 4; ++i) EXPECT_EQ(decodeBlock(bad[i], out, room), want[i]) << "bad block " << i;
 }
 
 // ---- Arguments and work areas of the streaming stages -----------------------------------

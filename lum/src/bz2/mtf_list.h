@@ -1,0 +1,122 @@
+// The move-to-front list while a coder runs: its first 16 entries in two 64-bit words
+// (entry k in bits 8k..8k+7 of word k / 8), the others in memory. A rank below 16 is
+// found and moved to the front by a few word operations without a branch; the entries in
+// memory are reached only for larger ranks. Used by the move-to-front stage and by the
+// block decoder, which decodes zero runs and ranks in one pass.
+#ifndef LUM_BZ2_MTF_LIST_H
+#define LUM_BZ2_MTF_LIST_H
+
+#include <cstring>
+
+#include "lumdc.h"
+
+namespace lum::bz2 {
+
+constexpr Lum64u kOnes = 0x0101010101010101ull;
+constexpr Lum64u kHighs = 0x8080808080808080ull;
+constexpr Lum64u kLow7 = 0x7F7F7F7F7F7F7F7Full;
+
+// 0x80 in every byte of v that is zero, 0 in the others (exact: no borrow crosses bytes).
+inline Lum64u zeroBytes(Lum64u v) { return ~(((v & kLow7) + kLow7) | v | kLow7); }
+
+// Bytes 0..k of a word (k in 0..7).
+inline Lum64u bytesUpTo(int k) { return ~0ull >> (56 - 8 * k); }
+
+// Eight bytes with byte k of the word in bits 8k..8k+7, on any host.
+inline Lum64u loadWord(const Lum8u* p) {
+    Lum64u w = 0;
+#if defined(__BYTE_ORDER__) && __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__
+    std::memcpy(&w, p, 8);
+#else
+    for (int k = 7; k >= 0; --k) w = w << 8 | p[k];
+#endif
+    return w;
+}
+
+inline void storeWord(Lum8u* p, Lum64u w) {
+#if defined(__BYTE_ORDER__) && __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__
+    std::memcpy(p, &w, 8);
+#else
+    for (int k = 0; k < 8; ++k) p[k] = static_cast<Lum8u>(w >> (8 * k));
+#endif
+}
+
+// Position of c in the list (a permutation, so it is there), searched from entry `from`
+// (a multiple of 8) eight entries at a time.
+inline int findInList(const Lum8u* list, Lum8u c, int from) {
+    for (int k = from; k < 256; k += 8) {
+        const Lum64u zero = zeroBytes(loadWord(list + k) ^ (kOnes * c));
+        if (zero != 0) return k + __builtin_ctzll(zero) / 8;
+    }
+    return 255;
+}
+
+// A list of 256 entries in memory with its first 16 in two words; save() writes them back.
+class MtfList {
+public:
+    explicit MtfList(Lum8u* list) : list_(list), lo_(loadWord(list)), hi_(loadWord(list + 8)) {}
+    void save() {
+        storeWord(list_, lo_);
+        storeWord(list_ + 8, hi_);
+    }
+    Lum8u front() const { return static_cast<Lum8u>(lo_); }
+
+    // Rank of c, which then moves to the front.
+    int encode(Lum8u c) {
+        const Lum64u zlo = zeroBytes(lo_ ^ (kOnes * c)), zhi = zeroBytes(hi_ ^ (kOnes * c));
+        if ((zlo | zhi) == 0) {
+            const int r = findInList(list_, c, 16);
+            fromMemory(r);
+            return r;
+        }
+        // Masks of the bytes that move: up to the match, all of lo when it is in hi.
+        const Lum64u mlo = zlo | (zlo - 1);
+        const Lum64u mhi = zlo != 0 ? 0 : zhi | (zhi - 1);
+        rotate(c, mlo, mhi);
+        return zlo != 0 ? __builtin_ctzll(zlo) / 8 : 8 + __builtin_ctzll(zhi) / 8;
+    }
+
+    // Entry r, which then moves to the front.
+    Lum8u decode(int r) {
+        if (r >= 16) return fromMemory(r);
+        const bool inLo = r < 8;
+        const int shift = 8 * (r & 7);
+        const Lum8u c = static_cast<Lum8u>((inLo ? lo_ : hi_) >> shift);
+        const Lum64u upTo = bytesUpTo(r & 7);
+        rotate(c, inLo ? upTo : ~0ull, inLo ? 0 : upTo);
+        return c;
+    }
+
+private:
+    // Moves the entries under the masks up one place and puts c in front.
+    void rotate(Lum8u c, Lum64u mlo, Lum64u mhi) {
+        hi_ = ((hi_ << 8 | lo_ >> 56) & mhi) | (hi_ & ~mhi);
+        lo_ = ((lo_ << 8 | c) & mlo) | (lo_ & ~mlo);
+    }
+
+    // Moves entry r (16 or more, in memory) to the front and returns it. Entry 15 goes to
+    // memory; there each word below r is shifted up one byte taking the top byte of the
+    // word before, and the word holding r is shifted only up to r.
+    Lum8u fromMemory(int r) {
+        Lum64u carry = hi_ >> 56;
+        int k = 16;
+        for (; k + 8 <= r; k += 8) {
+            const Lum64u w = loadWord(list_ + k);
+            storeWord(list_ + k, w << 8 | carry);
+            carry = w >> 56;
+        }
+        const Lum64u w = loadWord(list_ + k), upToR = bytesUpTo(r - k);
+        const Lum8u c = static_cast<Lum8u>(w >> (8 * (r - k)));
+        storeWord(list_ + k, ((w << 8 | carry) & upToR) | (w & ~upToR));
+        hi_ = hi_ << 8 | lo_ >> 56;
+        lo_ = lo_ << 8 | c;
+        return c;
+    }
+
+    Lum8u* list_;
+    Lum64u lo_, hi_;
+};
+
+}  // namespace lum::bz2
+
+#endif
