@@ -41,14 +41,10 @@ inline void storeWord(Lum8u* p, Lum64u w) {
 #endif
 }
 
-// Position of c in the list (a permutation, so it is there), searched from entry `from`
-// (a multiple of 8) eight entries at a time.
+// Position of c in the list (a permutation, so it is there), searched from entry `from`.
 inline int findInList(const Lum8u* list, Lum8u c, int from) {
-    for (int k = from; k < 256; k += 8) {
-        const Lum64u zero = zeroBytes(loadWord(list + k) ^ (kOnes * c));
-        if (zero != 0) return k + __builtin_ctzll(zero) / 8;
-    }
-    return 255;
+    const void* at = std::memchr(list + from, c, static_cast<size_t>(256 - from));
+    return at != nullptr ? static_cast<int>(static_cast<const Lum8u*>(at) - list) : 255;
 }
 
 // A list of 256 entries in memory with its first 16 in two words; save() writes them back.
@@ -94,20 +90,12 @@ private:
         lo_ = ((lo_ << 8 | c) & mlo) | (lo_ & ~mlo);
     }
 
-    // Moves entry r (16 or more, in memory) to the front and returns it. Entry 15 goes to
-    // memory; there each word below r is shifted up one byte taking the top byte of the
-    // word before, and the word holding r is shifted only up to r.
+    // Moves entry r (16 or more, in memory) to the front and returns it; entry 15 goes to
+    // memory in its place.
     Lum8u fromMemory(int r) {
-        Lum64u carry = hi_ >> 56;
-        int k = 16;
-        for (; k + 8 <= r; k += 8) {
-            const Lum64u w = loadWord(list_ + k);
-            storeWord(list_ + k, w << 8 | carry);
-            carry = w >> 56;
-        }
-        const Lum64u w = loadWord(list_ + k), upToR = bytesUpTo(r - k);
-        const Lum8u c = static_cast<Lum8u>(w >> (8 * (r - k)));
-        storeWord(list_ + k, ((w << 8 | carry) & upToR) | (w & ~upToR));
+        const Lum8u c = list_[r];
+        std::memmove(list_ + 17, list_ + 16, static_cast<size_t>(r - 16));
+        list_[16] = static_cast<Lum8u>(hi_ >> 56);
         hi_ = hi_ << 8 | lo_ >> 56;
         lo_ = lo_ << 8 | c;
         return c;
