@@ -6,6 +6,12 @@
 // forwards and the second backwards, so two table reads are in flight at a time instead
 // of one. Any last column is a valid input; entries pack the row above the character, in
 // 32 bits for blocks up to 2^24 bytes and 64 bits beyond.
+//
+// The counting and the building go through the two halves of L side by side, each with
+// its own counters, so that runs of one character (common in L) do not make every step
+// wait on the previous increment of the same counter.
+#include "bz2/bwt_inverse.h"
+
 #include "bz2/bz2_common.h"
 
 namespace lum::bz2 {
@@ -14,20 +20,38 @@ namespace {
 constexpr int kPackedLimit = 1 << 24;
 
 template <class Entry>
-void inverse(const Lum8u* last, Lum8u* dst, int n, int index, Entry* fwd, Entry* bwd) {
-    int pos[256] = {};
-    for (int i = 0; i < n; ++i) ++pos[last[i]];
-    for (int c = 0, sum = 0; c < 256; ++c) {
-        const int size = pos[c];
-        pos[c] = sum;
-        sum += size;
+void inverse(const Lum8u* last, Lum8u* dst, int n, int index, Entry* fwd, Entry* bwd,
+             const Lum8u map[256]) {
+    // Counts of the first half [0, h) and of the second [h, 2h), the odd last byte with
+    // the second.
+    const int h = n / 2;
+    int countA[256] = {}, countB[256] = {};
+    for (int i = 0; i < h; ++i) {
+        ++countA[last[i]];
+        ++countB[last[h + i]];
     }
-    for (int i = 0; i < n; ++i) {
+    if (n % 2 != 0) ++countB[last[n - 1]];
+    // posA: first row of each character in the first column; posB: where the second
+    // half's rows of it begin.
+    int posA[256], posB[256];
+    for (int c = 0, sum = 0; c < 256; ++c) {
+        posA[c] = sum;
+        posB[c] = sum + countA[c];
+        sum += countA[c] + countB[c];
+    }
+    const auto link = [&](int i, int* pos) {
         const Entry c = last[i];
         const Entry j = static_cast<Entry>(pos[c]++);
-        fwd[j] = static_cast<Entry>(i) << 8 | c;
-        bwd[i] = j << 8 | c;
+        const Entry out = map[c];
+        fwd[j] = static_cast<Entry>(i) << 8 | out;
+        bwd[i] = j << 8 | out;
+    };
+    for (int i = 0; i < h; ++i) {
+        link(i, posA);
+        link(h + i, posB);
     }
+    if (n % 2 != 0) link(n - 1, posB);
+
     // dst[0..head) forwards from T[0], dst[head..n) backwards from T[n-1].
     const int head = n - n / 2;
     Entry f = static_cast<Entry>(index), b = static_cast<Entry>(index);
@@ -43,6 +67,18 @@ void inverse(const Lum8u* last, Lum8u* dst, int n, int index, Entry* fwd, Entry*
 
 }  // namespace
 
+void inverseBwt(const Lum8u* last, Lum8u* dst, int n, int index, Lum8u* work,
+                const Lum8u map[256]) {
+    Lum8u* area = alignBuff(work);
+    if (n <= kPackedLimit) {
+        auto* fwd = reinterpret_cast<Lum32u*>(area);
+        inverse(last, dst, n, index, fwd, fwd + n, map);
+    } else {
+        auto* fwd = reinterpret_cast<Lum64u*>(area);
+        inverse(last, dst, n, index, fwd, fwd + n, map);
+    }
+}
+
 }  // namespace lum::bz2
 
 extern "C" {
@@ -56,14 +92,9 @@ LumStatus lumsBWTInv_8u(const Lum8u* pSrc, Lum8u* pDst, int len, int index, Lum8
     if (len < 0) return lumStsSizeErr;
     if (len == 0) return lumStsNoErr;
     if (index < 0 || index >= len) return lumStsBadArgErr;
-    Lum8u* work = lum::bz2::alignBuff(pBuff);
-    if (len <= lum::bz2::kPackedLimit) {
-        auto* fwd = reinterpret_cast<Lum32u*>(work);
-        lum::bz2::inverse(pSrc, pDst, len, index, fwd, fwd + len);
-    } else {
-        auto* fwd = reinterpret_cast<Lum64u*>(work);
-        lum::bz2::inverse(pSrc, pDst, len, index, fwd, fwd + len);
-    }
+    Lum8u identity[256];
+    for (int c = 0; c < 256; ++c) identity[c] = static_cast<Lum8u>(c);
+    lum::bz2::inverseBwt(pSrc, pDst, len, index, pBuff, identity);
     return lumStsNoErr;
 }
 

@@ -10,6 +10,14 @@ inline void translate(const Lum8u table[256], Lum8u* p, int len) {
 }
 
 }  // namespace
+
+void expansionTable(const Lum8u inUse[256], Lum8u value[256]) {
+    int count = 0;
+    for (int v = 0; v < 256; ++v)
+        if (inUse[v]) value[count++] = static_cast<Lum8u>(v);
+    for (int r = count; r < 256; ++r) value[r] = static_cast<Lum8u>(r);
+}
+
 }  // namespace lum::bz2
 
 extern "C" {
@@ -36,10 +44,7 @@ LumStatus lumsExpandDictionary_8u_I(const Lum8u inUse[256], Lum8u* pSrcDst, int 
     if (len < 0) return lumStsSizeErr;
     if (sizeDictionary < 0 || sizeDictionary > 256) return lumStsBadArgErr;
     Lum8u value[256];
-    int count = 0;
-    for (int v = 0; v < 256; ++v)
-        if (inUse[v]) value[count++] = static_cast<Lum8u>(v);
-    for (int r = count; r < 256; ++r) value[r] = static_cast<Lum8u>(r);
+    lum::bz2::expansionTable(inUse, value);
     lum::bz2::translate(value, pSrcDst, len);
     return lumStsNoErr;
 }

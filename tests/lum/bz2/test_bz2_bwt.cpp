@@ -1,6 +1,13 @@
 // Forward and inverse BWT: every sort hint against whole-rotation sorting (periodic blocks
 // above all, where suffix and rotation order differ), long runs and periods, the corpus,
 // any index for the inverse, in place, argument errors.
+#include <malloc.h>
+#include <sys/resource.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+
 #include "test_bz2_common.h"
 
 namespace {
@@ -72,8 +79,16 @@ void expectMatchesReference(const Bytes& s) {
 TEST(Bz2Bwt, EdgeBlocksAndShortWordsMatchRotationSort) {
     Bytes all(256);
     std::iota(all.begin(), all.end(), 0);
+    // Blocks whose first 11, 39 or 45 bytes start again in the middle: the row of the block
+    // is found by a search of 12 or 40 bytes, or the block is sorted the other way.
+    const auto startAgain = [](size_t len) {
+        Bytes b = randomBytes(3000, 4, 4);
+        std::copy(b.begin(), b.begin() + long(len), b.begin() + 1500);
+        return b;
+    };
     for (const Bytes& s : {Bytes{}, Bytes{7}, Bytes{1, 0}, repeated("a", 300), repeated("ba", 151),
-                           repeated("abaab", 40), repeated("abcabcabd", 5), all, randomBytes(3000, 2, 2)})
+                           repeated("abaab", 40), repeated("abcabcabd", 5), all, randomBytes(3000, 2, 2),
+                           startAgain(11), startAgain(39), startAgain(45)})
         expectMatchesReference(s);
     std::mt19937 gen(11);
     for (int t = 0; t < 600 && !HasFatalFailure(); ++t) {
@@ -109,22 +124,58 @@ TEST(Bz2Bwt, ArgumentErrorsWriteNothing) {
     Bytes s{'a', 'b', 'c'}, d(3, 0xEE), buff(4096);
     int index = 77, size = 0;
     const auto hint = [](int h) { return static_cast<LumBWTSortAlgorithmHint>(h); };
-    const LumStatus got[] = {
-        lumsBWTFwd_8u(nullptr, d.data(), 3, &index, buff.data()), lumsBWTFwd_8u(s.data(), d.data(), 3, nullptr, buff.data()),
-        lumsBWTFwd_8u(s.data(), d.data(), 3, &index, nullptr), lumsBWTFwd_8u(s.data(), d.data(), -1, &index, buff.data()),
-        lumsBWTFwd_SelectSort_8u(s.data(), d.data(), 3, &index, buff.data(), hint(4)),
-        lumsBWTFwd_SelectSort_8u(s.data(), d.data(), 3, &index, buff.data(), hint(-1)),
-        lumsBWTInv_8u(s.data(), d.data(), 3, 3, buff.data()), lumsBWTInv_8u(s.data(), d.data(), 3, -1, buff.data()),
-        lumsBWTInv_8u(s.data(), d.data(), -3, 0, buff.data()), lumsBWTInv_8u(s.data(), d.data(), 3, 0, nullptr),
-        lumsBWTFwdGetSize_8u(-1, &size), lumsBWTFwdGetSize_8u(0x7FFFFFFF, &size),
-        lumsBWTInvGetSize_8u(0x7FFFFFFF, &size), lumsBWTInvGetSize_8u(10, nullptr)};
-    const LumStatus want[] = {lumStsNullPtrErr, lumStsNullPtrErr, lumStsNullPtrErr, lumStsSizeErr,
-                              lumStsBadArgErr, lumStsBadArgErr, lumStsBadArgErr, lumStsBadArgErr,
-                              lumStsSizeErr, lumStsNullPtrErr, lumStsSizeErr, lumStsSizeErr,
-                              lumStsSizeErr, lumStsNullPtrErr};
-    for (size_t i = 0; i < std::size(want); ++i) EXPECT_EQ(got[i], want[i]) << "case " << i;
+    Lum8u *src = s.data(), *dst = d.data(), *work = buff.data();
+    expectStatuses({
+        {"fwd null source", lumsBWTFwd_8u(nullptr, dst, 3, &index, work), lumStsNullPtrErr},
+        {"fwd null index", lumsBWTFwd_8u(src, dst, 3, nullptr, work), lumStsNullPtrErr},
+        {"fwd null buffer", lumsBWTFwd_8u(src, dst, 3, &index, nullptr), lumStsNullPtrErr},
+        {"fwd negative length", lumsBWTFwd_8u(src, dst, -1, &index, work), lumStsSizeErr},
+        {"hint above the last", lumsBWTFwd_SelectSort_8u(src, dst, 3, &index, work, hint(4)), lumStsBadArgErr},
+        {"negative hint", lumsBWTFwd_SelectSort_8u(src, dst, 3, &index, work, hint(-1)), lumStsBadArgErr},
+        {"inv index = length", lumsBWTInv_8u(src, dst, 3, 3, work), lumStsBadArgErr},
+        {"inv negative index", lumsBWTInv_8u(src, dst, 3, -1, work), lumStsBadArgErr},
+        {"inv negative length", lumsBWTInv_8u(src, dst, -3, 0, work), lumStsSizeErr},
+        {"inv null buffer", lumsBWTInv_8u(src, dst, 3, 0, nullptr), lumStsNullPtrErr},
+        {"fwd size of negative window", lumsBWTFwdGetSize_8u(-1, &size), lumStsSizeErr},
+        {"fwd size beyond int", lumsBWTFwdGetSize_8u(0x7FFFFFFF, &size), lumStsSizeErr},
+        {"inv size beyond int", lumsBWTInvGetSize_8u(0x7FFFFFFF, &size), lumStsSizeErr},
+        {"inv size to null", lumsBWTInvGetSize_8u(10, nullptr), lumStsNullPtrErr},
+    });
     EXPECT_EQ(d, Bytes(3, 0xEE));
     EXPECT_EQ(index, 77);
+}
+
+// The suffix sorter allocates its bucket tables on every call. The call runs in a fresh
+// process whose address space may not grow by as much as those tables: large blocks are
+// mapped on their own and the heap is trimmed first, so the allocation must fail, and the
+// call must report it as lumStsMemAllocErr.
+TEST(Bz2Bwt, SuffixSortReportsFailedAllocation) {
+#ifdef __SANITIZE_ADDRESS__
+    GTEST_SKIP() << "the address sanitizer's allocator needs address space of its own";
+#else
+    Bytes s = randomBytes(4096, 3, 4), d(s.size());
+    Area<> buff([&](int* p) { return lumsBWTFwdGetSize_8u(static_cast<int>(s.size()), p); });
+    int index = -1;
+    const auto sortWithoutRoom = [&] {
+        mallopt(M_MMAP_THRESHOLD, 64 * 1024);
+        malloc_trim(0);
+        long pages = 0;
+        std::ifstream("/proc/self/statm") >> pages;
+        // 128 KB more for the stack; the bucket tables need 256 KB.
+        const rlim_t limit = static_cast<rlim_t>(pages) * static_cast<rlim_t>(sysconf(_SC_PAGESIZE)) + 128 * 1024;
+        const rlimit as{limit, limit};
+        if (pages <= 0 || setrlimit(RLIMIT_AS, &as) != 0) {
+            std::fprintf(stderr, "could not limit the address space\n");
+            std::_Exit(2);
+        }
+        const LumStatus st = lumsBWTFwd_SelectSort_8u(s.data(), d.data(), static_cast<int>(s.size()), &index,
+                                                      buff.get(), lumBWTItohTanakaLimSort);
+        std::fprintf(stderr, "status %d\n", st);
+        std::_Exit(st == lumStsMemAllocErr ? 0 : 1);
+    };
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    EXPECT_EXIT(sortWithoutRoom(), testing::ExitedWithCode(0), "status " + std::to_string(lumStsMemAllocErr));
+#endif
 }
 
 }  // namespace

@@ -167,12 +167,13 @@ TEST(Bz2Block, DecodesTheChainAndRefusesBadBlocks) {
     EXPECT_EQ(decodeBlock(good, out, room), lumStsNoErr);
     EXPECT_EQ(out, good.rle);
     EXPECT_EQ(decodeBlock(good, out, room - 1), lumStsSizeErr);
-    Chain bad[3] = {good, good, good};
+    Chain bad[4] = {good, good, good, good};
     bad[0].index = room;
     bad[1].symbols[3] = static_cast<Lum16u>(good.sizeDictionary + 1);  // beyond the dictionary
     bad[2].sizeDictionary = 0;
-    const LumStatus want[] = {lumStsCorruptDataErr, lumStsCorruptDataErr, lumStsBadArgErr};
-    for (int i = 0; i < 3; ++i) EXPECT_EQ(decodeBlock(bad[i], out, room), want[i]);
+    bad[3].symbols.insert(bad[3].symbols.begin() + 2, 32, Lum16u{1});  // a run of 2^33 - 2 zeros
+    const LumStatus want[] = {lumStsCorruptDataErr, lumStsCorruptDataErr, lumStsBadArgErr, lumStsCorruptDataErr};
+    for (int i = 0; i < 4; ++i) EXPECT_EQ(decodeBlock(bad[i], out, room), want[i]) << "bad block " << i;
 }
 
 // ---- Arguments and work areas of the streaming stages -----------------------------------
@@ -187,23 +188,26 @@ TEST(Bz2Stages, ArgumentAndWorkAreaErrors) {
     auto* badMtf = reinterpret_cast<LumMTFState_8u*>(perm.data());
     Lum8u *p = src.data(), *d = dst.data(), *none = nullptr, inUse[256];
     int len = 2, room = 8, negative = -1, size = 0;
-    const LumStatus got[] = {
-        lumsRLEGetSize_BZ2_8u(nullptr), lumsEncodeRLE_BZ2_8u(&none, &len, d, &room, r.get()),
-        lumsEncodeRLE_BZ2_8u(&p, &negative, d, &room, r.get()), lumsEncodeRLE_BZ2_8u(&p, &len, d, &room, badRle),
-        lumsEncodeRLEFlush_BZ2_8u(d, &negative, r.get()), lumsRLEGetInUseTable_8u(inUse, badRle),
-        lumsDecodeRLEState_BZ2_8u(&p, &len, &none, &room, r.get()),
-        lumsDecodeRLEState_BZ2_8u(&p, &len, &d, &negative, r.get()),
-        lumsDecodeRLEState_BZ2_8u(&p, &len, &d, &room, badRle),
-        lumsReduceDictionary_8u_I(inUse, d, 8, nullptr), lumsExpandDictionary_8u_I(inUse, d, 8, 257),
-        lumsExpandDictionary_8u_I(inUse, d, -1, 5), lumsMTFFwd_8u(p, d, 2, badMtf), lumsMTFInv_8u(p, d, -2, m.get()),
-        lumsMTFInv_8u(nullptr, d, 2, m.get()), lumsEncodeZ1Z2_BZ2_8u16u(&p, &len, nullptr, &room, nullptr),
-        lumsMTFGetSize_8u(nullptr), lumsDecodeBlock_BZ2_16u8u(nullptr, 0, d, &size, 0, 1, inUse, d)};
-    const LumStatus want[] = {lumStsNullPtrErr, lumStsNullPtrErr, lumStsSizeErr, lumStsContextMatchErr,
-                              lumStsSizeErr, lumStsContextMatchErr, lumStsNullPtrErr, lumStsSizeErr,
-                              lumStsContextMatchErr, lumStsNullPtrErr, lumStsBadArgErr, lumStsSizeErr,
-                              lumStsContextMatchErr, lumStsSizeErr, lumStsNullPtrErr, lumStsNullPtrErr,
-                              lumStsNullPtrErr, lumStsNullPtrErr};
-    for (size_t i = 0; i < std::size(want); ++i) EXPECT_EQ(got[i], want[i]) << "case " << i;
+    expectStatuses({
+        {"RLE size to null", lumsRLEGetSize_BZ2_8u(nullptr), lumStsNullPtrErr},
+        {"RLE encode null source", lumsEncodeRLE_BZ2_8u(&none, &len, d, &room, r.get()), lumStsNullPtrErr},
+        {"RLE encode negative length", lumsEncodeRLE_BZ2_8u(&p, &negative, d, &room, r.get()), lumStsSizeErr},
+        {"RLE encode unprepared state", lumsEncodeRLE_BZ2_8u(&p, &len, d, &room, badRle), lumStsContextMatchErr},
+        {"RLE flush negative room", lumsEncodeRLEFlush_BZ2_8u(d, &negative, r.get()), lumStsSizeErr},
+        {"in-use table of unprepared state", lumsRLEGetInUseTable_8u(inUse, badRle), lumStsContextMatchErr},
+        {"RLE decode null destination", lumsDecodeRLEState_BZ2_8u(&p, &len, &none, &room, r.get()), lumStsNullPtrErr},
+        {"RLE decode negative room", lumsDecodeRLEState_BZ2_8u(&p, &len, &d, &negative, r.get()), lumStsSizeErr},
+        {"RLE decode unprepared state", lumsDecodeRLEState_BZ2_8u(&p, &len, &d, &room, badRle), lumStsContextMatchErr},
+        {"reduce to null size", lumsReduceDictionary_8u_I(inUse, d, 8, nullptr), lumStsNullPtrErr},
+        {"expand dictionary of 257", lumsExpandDictionary_8u_I(inUse, d, 8, 257), lumStsBadArgErr},
+        {"expand negative length", lumsExpandDictionary_8u_I(inUse, d, -1, 5), lumStsSizeErr},
+        {"MTF list no permutation", lumsMTFFwd_8u(p, d, 2, badMtf), lumStsContextMatchErr},
+        {"MTF inverse negative length", lumsMTFInv_8u(p, d, -2, m.get()), lumStsSizeErr},
+        {"MTF inverse null source", lumsMTFInv_8u(nullptr, d, 2, m.get()), lumStsNullPtrErr},
+        {"Z1Z2 null destination", lumsEncodeZ1Z2_BZ2_8u16u(&p, &len, nullptr, &room, nullptr), lumStsNullPtrErr},
+        {"MTF size to null", lumsMTFGetSize_8u(nullptr), lumStsNullPtrErr},
+        {"block decode null source", lumsDecodeBlock_BZ2_16u8u(nullptr, 0, d, &size, 0, 1, inUse, d), lumStsNullPtrErr},
+    });
     EXPECT_EQ(p, src.data());
     EXPECT_EQ(d, dst.data());
     EXPECT_EQ(dst, Bytes(8));
