@@ -178,19 +178,6 @@ void fuzz(unsigned seed, const std::vector<std::vector<T>>& valid, unsigned valu
     }
 }
 
-// One row of a table of calls that must fail: a short name shown when the row fails, the
-// status the call returned and the status it should have returned.
-struct StatusCase {
-    const char* name;
-    LumStatus got;
-    LumStatus want;
-};
-
-// Checks every row of a status table (its calls run in row order as the table is built).
-inline void expectStatuses(std::initializer_list<StatusCase> cases) {
-    for (const StatusCase& c : cases) EXPECT_EQ(c.got, c.want) << c.name;
-}
-
 }  // namespace bz2test
 
 #endif
