@@ -111,6 +111,7 @@ struct Decoded {
     Bytes out;
     int calls = 0;
     bool sawPendingMatch = false;
+    bool sawDynamicCut = false;  // a call stopped inside a dynamic block
 };
 
 // Our inflate from lumInflateBlockHeader to the stream end, giving at most `srcPiece` new
@@ -135,7 +136,8 @@ inline Decoded inflateAll(const Bytes& stream, size_t size, int srcPiece = 0, in
         int dstLen = dstPiece ? std::min(dstPiece, room) : room;
         d.status = lumsInflate_8u(&src, &srcLen, &code, &bits, static_cast<int>(base - dst), &dst, &dstLen, 0, &mode,
                                   &state);
-        d.sawPendingMatch |= state.word[3] != 0 && !(state.word[3] & 0x80000000u);
+        d.sawPendingMatch |= (state.word[3] & 0x7FFFFFFFu) != 0;
+        d.sawDynamicCut |= (state.word[3] & 0x80000000u) != 0;
         ++d.calls;
         const bool progressPossible = d.status == lumStsNoErr || (d.status == lumStsSrcEndWrn && given < srcEnd) ||
                                       (d.status == lumStsDstFullWrn && dst < base + size);
