@@ -1,13 +1,16 @@
 // Inflate: our decoder beside libdeflate_deflate_decompress and zlib's raw inflate on zlib
 // level-6 raw streams of each input, timed in interleaved pairs (ours, then the
-// reference, repeated; best of each), per file and as a geometric mean; then streaming:
+// reference, repeated; best of each), per file and as a geometric mean, with our
+// portable code path beside the one selected for the processor; then streaming:
 // book1 whole, given 1, 16 and 64 KiB of output room per call, against one call.
 #include <libdeflate.h>
 #include <zlib.h>
 
 #include <fstream>
 #include <iterator>
+#include <tuple>
 
+#include "lumcore.h"
 #include "lumdc.h"
 #include "lzbench.h"
 
@@ -78,8 +81,9 @@ std::pair<double, double> interleaved(const std::function<void()>& a, const std:
 
 void perFile(const std::vector<Input>& inputs, int reps) {
     std::printf("\ninflate of zlib level-6 raw streams; ticks per output byte, interleaved pairs\n");
-    printRow("file", {"lum", "libdeflate", "lum/ldefl", "zlib", "lum/zlib"});
-    std::vector<double> ours, ld, z, toLd, toZ;
+    printRow("file", {"lum", "libdeflate", "lum/ldefl", "zlib", "lum/zlib", "portable", "port/ldefl"});
+    std::vector<double> ours, ld, z, toLd, toZ, port, portToLd;
+    const Lum64u features = lumGetEnabledCpuFeatures();
     libdeflate_decompressor* dec = libdeflate_alloc_decompressor();
     bool allOk = true;
     for (const Input& in : inputs) {
@@ -93,16 +97,31 @@ void perFile(const std::vector<Input>& inputs, int reps) {
         allOk &= ok && out == in.data;
         const double zt = interleaved([&] { ourInflate(stream, out); }, [&] { zlibInflate(stream, out); },
                                       in.data.size(), reps).second;
+        // The portable code path: the processor features of the fast paths switched off.
+        double p = 0, pl = 0;
+        if (lumSetCpuFeatures(features & ~lumCpuFeatureBMI2) == lumStsNoErr) {
+            std::tie(p, pl) = interleaved(
+                [&] { ourInflate(stream, out); },
+                [&] { libdeflate_deflate_decompress(dec, stream.data(), stream.size(), out.data(), out.size(), nullptr); },
+                in.data.size(), reps);
+            lumSetCpuFeatures(features);
+            allOk &= out == in.data;
+        }
         ours.push_back(o);
         ld.push_back(l);
         z.push_back(zt);
         toLd.push_back(o / l);
         toZ.push_back(o / zt);
-        printRow(in.name, {fixed(o), fixed(l), fixed(o / l, 3), fixed(zt), fixed(o / zt, 3)});
+        if (p > 0) {
+            port.push_back(p);
+            portToLd.push_back(p / pl);
+        }
+        printRow(in.name, {fixed(o), fixed(l), fixed(o / l, 3), fixed(zt), fixed(o / zt, 3), p > 0 ? fixed(p) : "-",
+                           p > 0 ? fixed(p / pl, 3) : "-"});
     }
     libdeflate_free_decompressor(dec);
     printRow("geomean", {fixed(geomean(ours)), fixed(geomean(ld)), fixed(geomean(toLd), 3), fixed(geomean(z)),
-                         fixed(geomean(toZ), 3)});
+                         fixed(geomean(toZ), 3), fixed(geomean(port)), fixed(geomean(portToLd), 3)});
     if (!allOk) std::printf("inflate: OUR OUTPUT DIFFERED FROM THE INPUT\n");
     const double r = geomean(toLd);
     std::printf("  inflate / libdeflate (geometric mean of per-file ratios) %5.3f  (target <= 1.05) %s\n", r,
