@@ -67,6 +67,7 @@ LUM_INFLATE_TARGET inline Result fastLoop(Cursor& c, const Lum32u* lt, const Lum
     Lum8u* const oEnd = c.outEnd;
     if (c.br.inEnd - in < 8 || oEnd - o < kLiteralRun) return Result::More;
     const Lum8u* const inLimit = c.br.inEnd - 8;
+    const Lum8u* const oLimit = oEnd - kLiteralRun;
     const Lum8u* const win = c.winStart;
     Lum64u buf = c.br.buf;
     Lum32u cnt = c.br.cnt;
@@ -163,7 +164,7 @@ LUM_INFLATE_TARGET inline Result fastLoop(Cursor& c, const Lum32u* lt, const Lum
             r = Result::DstFull;
             break;
         }
-    } while (in <= inLimit && oEnd - o >= kLiteralRun);
+    } while (in <= inLimit && o <= oLimit);
 #undef LUM_REFILL
 #undef LUM_CONSUME
     c.br.in = in;

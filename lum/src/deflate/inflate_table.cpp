@@ -2,6 +2,7 @@
 #include "deflate/inflate_table.h"
 
 #include <algorithm>
+#include <cstring>
 
 namespace lum::deflate {
 namespace {
@@ -71,16 +72,20 @@ bool buildDecodeTable(Alphabet alphabet, const Lum8u* lengths, int n, Lum32u* ta
     for (int s = 0; s < n; ++s)
         if (lengths[s]) sorted[offset[lengths[s]]++] = static_cast<Lum16u>(s);
 
-    // Codes that fit the primary index fill every index that starts with them.
-    unsigned code = 0;
+    // Codes that fit the primary index: once the codes up to len bits are placed, the
+    // first 2^len entries are right for a len-bit index, and copying them up doubles that
+    // to len + 1 bits (the copy repeats each short code at every index it starts).
+    unsigned code = 0, size = 2;
     int i = 0;
     unsigned len = 1;
     for (; len <= std::min(pb, maxLen); ++len, code <<= 1) {
-        for (int k = 0; k < count[len]; ++k, ++code) {
-            const Lum32u e = symbolEntry(alphabet, sorted[i++], len);
-            for (unsigned x = reverseBits(code, len); x < (1u << pb); x += 1u << len) table[x] = e;
+        if (len > 1) {
+            std::memcpy(table + size, table, size * sizeof *table);
+            size <<= 1;
         }
+        for (int k = 0; k < count[len]; ++k, ++code) table[reverseBits(code, len)] = symbolEntry(alphabet, sorted[i++], len);
     }
+    for (; size < (1u << pb); size <<= 1) std::memcpy(table + size, table, size * sizeof *table);
     // Longer codes: the codes that share a primary index are consecutive in canonical
     // order; each such group gets a second-level table just large enough for it (the
     // sizing rule of zlib, for which the table sizes above are the worst case).
