@@ -23,7 +23,14 @@ struct BitReader {
     Lum64u buf;
     unsigned cnt;
 
+    // At least 56 pending bits, or all the source has.
     void refill() {
+        if (inEnd - in >= 8) {  // one word; the bits above cnt become the stream's next bits
+            buf |= load64le(in) << cnt;
+            in += (63 - cnt) >> 3;
+            cnt |= 56;
+            return;
+        }
         while (cnt < 56 && in < inEnd) {
             buf |= Lum64u{*in++} << cnt;
             cnt += 8;
