@@ -124,7 +124,7 @@ Result readDynamicHeader(BitReader& br, DynamicTables& t) {
 class Inflater {
 public:
     Cursor c;
-    HuffmanDecoder decode = huffmanDecoder();
+    HuffmanDecoder decode = huffmanDecoderSlot().fn();
 
     LumStatus blocks(LumInflateMode& mode, Lum32u* word);
 

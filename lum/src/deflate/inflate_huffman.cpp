@@ -2,8 +2,6 @@
 // and the choice of path.
 #include "deflate/inflate_huffman.h"
 
-#include "core/dispatch.h"
-
 #define LUM_INFLATE_NS portable
 #define LUM_INFLATE_TARGET
 #include "deflate/inflate_huffman_engine.h"
@@ -39,9 +37,9 @@ constexpr CodePath<HuffmanDecoder> kPaths[] = {
 };
 }  // namespace
 
-HuffmanDecoder huffmanDecoder() {
+const DispatchSlot<HuffmanDecoder>& huffmanDecoderSlot() {
     static DispatchSlot<HuffmanDecoder> slot(kPaths);
-    return slot.fn();
+    return slot;
 }
 
 }  // namespace lum::deflate

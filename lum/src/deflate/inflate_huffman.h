@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cstddef>
 
+#include "core/dispatch.h"
 #include "core/export.h"
 #include "deflate/inflate_table.h"
 
@@ -76,7 +77,8 @@ Result copyMatch(Cursor& c, unsigned len, unsigned dist);
 // Copies the pending match as far as the destination allows.
 Result copyPending(Cursor& c);
 
-LUM_INTERNAL HuffmanDecoder huffmanDecoder();  // the path selected for this processor
+// The decoder's code paths, fastest first, and the one selected for this processor.
+LUM_INTERNAL const DispatchSlot<HuffmanDecoder>& huffmanDecoderSlot();
 
 Result decodeHuffmanPortable(Cursor& c, const Lum32u* litLen, const Lum32u* dist);
 #if defined(__x86_64__)

@@ -6,6 +6,8 @@
 #include <memory>
 #include <thread>
 
+#include "core/dispatch.h"
+#include "deflate/inflate_huffman.h"
 #include "deflate_test_util.h"
 
 namespace {
@@ -174,6 +176,35 @@ TEST(Inflate, ThreadsStreamAtOnce) {
         EXPECT_EQ(results[i].status, lumStsNoErr) << files[i];
         EXPECT_TRUE(results[i].out == expected[i]) << files[i];
     }
+}
+
+// Each code path of the symbol decoder that this processor can run (the others hidden),
+// in one call and in 1 KiB pieces, gives zlib's bytes.
+TEST(Inflate, EveryCodePathGivesTheSameBytes) {
+    SKIP_WITHOUT_CORPUS();
+    Lum64u detected = 0;
+    lumGetCpuFeatures(&detected, nullptr);
+    const auto& slot = lum::deflate::huffmanDecoderSlot();
+    int paths = 0;
+    for (const auto& path : slot) {
+        if ((path.required & ~detected) != 0) continue;
+        lum::limitDetectedFeatures(path.required | lumCpuLevelSSE2);
+        ASSERT_STREQ(slot.current().name, path.name);
+        ++paths;
+        for (const char* file : {"geo", "obj1", "paper2", "pic"}) {
+            const Bytes data = readCorpus(file, 50000);
+            const Bytes stream = zlibDeflateRaw(data, 6, Z_DEFAULT_STRATEGY);
+            bool ok = false;
+            const Bytes expected = zlibInflateRaw(stream, data.size(), &ok);
+            for (int room : {0, 1024}) {
+                const Decoded d = inflateAll(stream, data.size(), 0, room);
+                EXPECT_EQ(d.status, lumStsNoErr) << path.name << " " << file << " room " << room;
+                EXPECT_TRUE(d.out == expected) << path.name << " " << file << " room " << room;
+            }
+        }
+    }
+    lum::limitDetectedFeatures(lumCpuFeatureAll);
+    EXPECT_GE(paths, 1);  // the portable path runs everywhere
 }
 
 // A fixed block cut by the destination in the middle of matches keeps the rest of the
