@@ -142,9 +142,11 @@ Result Inflater::dynamicBlock(const BitReader& atHeader, Lum32u* word, bool& pas
     DynamicTables local;  // used only when this thread has no cache
     const DynamicTables* tables;
     Lum64u headerEnd;
+    Lum32u check;
     if (resume && cache && cache->holds(atHeader, word[2] >> 3)) {
         tables = &cache->tables;
         headerEnd = cache->end;
+        check = cache->check;
     } else {
         DynamicTables* t = cache ? &cache->tables : &local;
         if (cache) cache->valid = false;
@@ -153,7 +155,7 @@ Result Inflater::dynamicBlock(const BitReader& atHeader, Lum32u* word, bool& pas
         headerEnd = bitPosition(c.br, atHeader.in);
         const unsigned rawLen = static_cast<unsigned>((headerEnd + 7) / 8);
         if (rawLen > kMaxHeaderBytes) return Result::Corrupt;  // cannot happen: headers are shorter
-        const Lum32u check = headerCheck(atHeader.cnt, atHeader.buf, atHeader.in, rawLen);
+        check = headerCheck(atHeader.cnt, atHeader.buf, atHeader.in, rawLen);
         if (resume && check != word[2] >> 3) return Result::Corrupt;  // not the block the state was left in
         if (cache) {
             cache->valid = true;
@@ -180,7 +182,7 @@ Result Inflater::dynamicBlock(const BitReader& atHeader, Lum32u* word, bool& pas
         if (r != Result::More) return r;
     } else {
         pastHeader = true;
-        word[2] = headerCheck(atHeader.cnt, atHeader.buf, atHeader.in, static_cast<unsigned>((headerEnd + 7) / 8)) << 3;
+        word[2] = check << 3;
     }
     return decode(c, tables->litLen, tables->dist);
 }
