@@ -283,18 +283,17 @@ LUM_API LumStatus lumsDeflateHuff_8u(const Lum8u* pLitSrc, const Lum16u* pDistSr
  * must then match the check in the state (lumStsCorruptDataErr if not). Streams may be
  * decoded on several threads at once, each with its own state.
  *
- * Validity, as zlib and libdeflate agree: lumStsCorruptDataErr for block type 3, a stored
- * LEN whose NLEN is not its complement, more than 286 literal/length or 30 distance codes
- * in a header, a first code-length repeat (16) with nothing to repeat or a repeat past the
- * last length, a block without an end-of-block code, a code set (code length, literal/
- * length or distance) that is over-subscribed or incomplete with more than one used code
- * or whose single used code is longer than 1 bit, a code with no symbol (the unused
- * codeword 1 of a single code, literal/length 286 and 287, distance 30 and 31, any distance
- * when the block has no distance code) and a distance before the window. An empty distance
- * code is valid in a block of literals only, a single code of length 1 is valid. Where the
- * two references differ (more than 30 distance codes, the codeword 1 of a single code, a
- * distance with no distance code) this follows zlib and refuses. On an error the arguments
- * are left as they were. */
+ * Validity follows zlib and libdeflate where the two agree, and zlib, the stricter, where
+ * they differ (marked "as zlib"). lumStsCorruptDataErr for: block type 3; a stored LEN
+ * whose NLEN is not its complement; (as zlib) more than 286 literal/length or 30 distance
+ * codes in a header; a first code-length repeat (16) with nothing to
+ * repeat, or a repeat past the last length; a block without an end-of-block code; a code
+ * set (code length, literal/length or distance) that is over-subscribed, or incomplete
+ * with more than one used code, or whose single used code is longer than 1 bit; a code
+ * with no symbol: literal/length 286 and 287, distance 30 and 31, and (as zlib) the unused
+ * codeword 1 of a single code and any distance in a block without distance codes; a
+ * distance before the window. Valid: an empty distance code in a block of literals only,
+ * a single used code of length 1. On an error the arguments are left as they were. */
 LUM_API LumStatus lumsInflate_8u(const Lum8u** ppSrc, int* pSrcLen, Lum32u* pCode,
                                  int* pCodeLenBits, int winIdx, Lum8u** ppDst, int* pDstLen,
                                  int dstIdx, LumInflateMode* pMode, LumInflateState* pState);

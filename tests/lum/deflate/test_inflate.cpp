@@ -394,8 +394,9 @@ TEST(Inflate, CodeSetValidityAgreesWithTheReferences) {
         {"code length code empty", block(lit4, dist2, kSomeData, lengths(19, {}))},
         {"repeat of the previous length first", block(lit4, dist2, kSomeData, {}, {{16, 0}, {0, 0}})},
         {"zero run past the last length", block(lit4, dist2, kSomeData, {}, {{18, 127}, {18, 127}, {18, 127}})},
-        // The references differ on these; we refuse them as zlib does.
+        // The references differ on these (libdeflate accepts them); we refuse them as zlib does.
         {"31 distance codes", block(lit4, lengths(31, {{0, 1}, {1, 1}}))},
+        {"287 literal/length codes", block(lengths(287, {{'a', 2}, {'b', 2}, {256, 2}, {257, 2}}), dist2)},
         {"32 distance codes, 30 and 31 in the code", block(lit4, lengths(32, {{0, 2}, {1, 2}, {30, 2}, {31, 2}}))},
         {"a match with no distance code", block(lit4, lengths(1, {}))},
         {"one distance code, its unused codeword 1", block(lit4, lengths(1, {{0, 1}}), farMatch)},
