@@ -2,8 +2,8 @@
 // LUM_INFLATE_NS (the path's namespace) and LUM_INFLATE_TARGET (its target attribute, or
 // nothing) and gets LUM_INFLATE_NS::decodeHuffman.
 //
-// A fast loop runs while 8 source bytes remain for a whole-word refill and a few bytes
-// of room: the bit buffer is refilled without branches to at least 56 bits, which covers
+// A fast loop runs while 8 source bytes remain for a whole-word refill (15 on entry) and
+// a few bytes of room: the bit buffer is refilled without branches to at least 56 bits, which covers
 // four literals of the primary table, or one length and its distance with all their extra
 // bits; the next code's entry is looked up before the refill and the copy; matches are
 // copied in 8- or 16-byte words that may run up to 15 bytes past their end, and exactly
@@ -65,7 +65,9 @@ LUM_INFLATE_TARGET inline Result fastLoop(Cursor& c, const Lum32u* lt, const Lum
     const Lum8u* in = c.br.in;
     Lum8u* o = c.out;
     Lum8u* const oEnd = c.outEnd;
-    if (c.br.inEnd - in < 8 || oEnd - o < kLiteralRun) return Result::More;
+    // Each round ends with a refill, which the loop test lets read a word; the refill on
+    // entry reads one too and moves on by up to 7 bytes before the first round's.
+    if (c.br.inEnd - in < 15 || oEnd - o < kLiteralRun) return Result::More;
     const Lum8u* const inLimit = c.br.inEnd - 8;
     const Lum8u* const oLimit = oEnd - kLiteralRun;
     const Lum8u* const win = c.winStart;
