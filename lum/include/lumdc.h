@@ -224,9 +224,11 @@ typedef struct {
 
 /* Inflate state, six words: 0 block type in progress (BTYPE), 1 final-block flag, 2 stored
  * bytes left (0xFFFFFFFF: LEN and NLEN still to read), 3 match bytes still to copy (0 =
- * none; with bit 31 set instead: a dynamic block was cut off, the next call decodes it again
- * from its header and its low bits count the bytes already delivered, which are not written
- * again), 4 that match's distance, 5 reserved. Clear word 3 to start afresh. */
+ * none), 4 that match's distance, 5 where a call cut off inside a dynamic block stopped.
+ * Bit 31 of word 3 says a call was cut off inside a dynamic block: word 5 holds the byte
+ * and the low 3 bits of word 2 the bit where decoding stopped, counted from the block's
+ * header as the call handed the source back, and the upper 29 bits of word 2 a check of
+ * the header's bits. Clear word 3 to start afresh (a fresh state is all zero). */
 typedef struct {
     Lum32u word[6];
 } LumInflateState;
@@ -265,12 +267,33 @@ LUM_API LumStatus lumsDeflateHuff_8u(const Lum8u* pLitSrc, const Lum16u* pDistSr
  * pointer standing after the last whole byte taken. From lumInflateBlockHeader it decodes to
  * the end of the final block (mode lumInflateStreamEnd); from lumInflateFixedBlock or
  * lumInflateStoredBlock it ends after that block (mode lumInflateBlockHeader, or StreamEnd
- * when word 1 says final). lumStsSrcEndWrn: the source ended at a resumable point (between
- * blocks, inside a stored or fixed block, or a dynamic block that is decoded again from its
- * header next time, so keep its source); lumStsDstFullWrn: no room for pending output, the
- * next call resumes. lumStsCorruptDataErr for bad block types, stored lengths, code sets,
- * codes or distances before the window; lumStsNoOperation from lumInflateStreamEnd. On an
- * error the arguments are left as they were. */
+ * when word 1 says final). lumStsNoOperation from lumInflateStreamEnd.
+ *
+ * Streaming. A call stops when the source ends (lumStsSrcEndWrn) or the room is full while
+ * output is pending (lumStsDstFullWrn); the next call, given more source or more room with
+ * the pointers, lengths, bit buffer, mode and state as this one left them, continues.
+ * Between blocks and inside stored and fixed blocks the source pointer stands where
+ * decoding stopped (a match cut by the room is finished first from words 3 and 4). A call
+ * cut off inside a dynamic block hands the source back at the block's header (mode
+ * lumInflateBlockHeader, the bit buffer as it was there) and records in the state where it
+ * stopped: the caller keeps the source from there, and the next call reads the header
+ * again, moves to the recorded point and goes on without decoding the block's symbols
+ * again. The block's decoding tables are kept in a cache of one header per thread, used
+ * when the header's bytes match; otherwise they are built again from the header, which
+ * must then match the check in the state (lumStsCorruptDataErr if not). Streams may be
+ * decoded on several threads at once, each with its own state.
+ *
+ * Validity follows zlib and libdeflate where the two agree, and zlib, the stricter, where
+ * they differ (marked "as zlib"). lumStsCorruptDataErr for: block type 3; a stored LEN
+ * whose NLEN is not its complement; (as zlib) more than 286 literal/length or 30 distance
+ * codes in a header; a first code-length repeat (16) with nothing to
+ * repeat, or a repeat past the last length; a block without an end-of-block code; a code
+ * set (code length, literal/length or distance) that is over-subscribed, or incomplete
+ * with more than one used code, or whose single used code is longer than 1 bit; a code
+ * with no symbol: literal/length 286 and 287, distance 30 and 31, and (as zlib) the unused
+ * codeword 1 of a single code and any distance in a block without distance codes; a
+ * distance before the window. Valid: an empty distance code in a block of literals only,
+ * a single used code of length 1. On an error the arguments are left as they were. */
 LUM_API LumStatus lumsInflate_8u(const Lum8u** ppSrc, int* pSrcLen, Lum32u* pCode,
                                  int* pCodeLenBits, int winIdx, Lum8u** ppDst, int* pDstLen,
                                  int dstIdx, LumInflateMode* pMode, LumInflateState* pState);

@@ -1,6 +1,6 @@
 // Deflate family: our LZ77 + fixed-code Huffman stages at levels 1, 6 and 9 beside
 // libdeflate's whole compressor and zlib's deflate with fixed codes (ticks per input byte
-// and compressed size), and our inflate beside libdeflate's and zlib's decompressors.
+// and compressed size). Inflate has its own file.
 #include <libdeflate.h>
 #include <zlib.h>
 
@@ -77,29 +77,6 @@ size_t zlibFixed(const Bytes& in, Bytes& out, int level) {
     return n;
 }
 
-bool zlibInflate(const Bytes& in, Bytes& out) {
-    z_stream z{};
-    inflateInit2(&z, -15);
-    z.next_in = const_cast<Bytef*>(in.data());
-    z.avail_in = static_cast<uInt>(in.size());
-    z.next_out = out.data();
-    z.avail_out = static_cast<uInt>(out.size());
-    const bool ok = inflate(&z, Z_FINISH) == Z_STREAM_END;
-    inflateEnd(&z);
-    return ok;
-}
-
-bool ourInflate(const Bytes& in, Bytes& out) {
-    const Lum8u* src = in.data();
-    Lum8u* dst = out.data();
-    int srcLen = static_cast<int>(in.size()), dstLen = static_cast<int>(out.size()), bits = 0;
-    Lum32u code = 0;
-    LumInflateMode mode = lumInflateBlockHeader;
-    LumInflateState state{};
-    return lumsInflate_8u(&src, &srcLen, &code, &bits, 0, &dst, &dstLen, 0, &mode, &state) == lumStsNoErr &&
-           mode == lumInflateStreamEnd;
-}
-
 struct Column {
     std::string name;
     std::vector<double> values;
@@ -155,32 +132,7 @@ void benchDeflate(const std::vector<Input>& inputs, int reps) {
                inputs, time, 2);
     printTable("deflate: compressed bytes", inputs, size, 0);
 
-    // Inflate of one stream per file (libdeflate level 6, dynamic blocks) by all three.
-    Column ourI{"lum", {}}, ldI{"libdeflate", {}}, zI{"zlib", {}};
-    libdeflate_compressor* comp = libdeflate_alloc_compressor(6);
-    libdeflate_decompressor* dec = libdeflate_alloc_decompressor();
-    bool allOk = true;
-    for (const Input& in : inputs) {
-        Bytes stream(libdeflate_deflate_compress_bound(comp, in.data.size()));
-        stream.resize(libdeflate_deflate_compress(comp, in.data.data(), in.data.size(), stream.data(), stream.size()));
-        Bytes out(in.data.size());
-        bool ok = true;
-        ourI.values.push_back(bestTicksPerByte([&] { ok &= ourInflate(stream, out); }, in.data.size(), reps));
-        allOk &= ok && out == in.data;
-        ldI.values.push_back(bestTicksPerByte(
-            [&] { libdeflate_deflate_decompress(dec, stream.data(), stream.size(), out.data(), out.size(), nullptr); },
-            in.data.size(), reps));
-        zI.values.push_back(bestTicksPerByte([&] { zlibInflate(stream, out); }, in.data.size(), reps));
-    }
-    libdeflate_free_decompressor(dec);
-    libdeflate_free_compressor(comp);
-    printTable("inflate of libdeflate level-6 streams; ticks per output byte", inputs, {ourI, ldI, zI}, 2);
-    if (!allOk) std::printf("inflate: OUR OUTPUT DIFFERED FROM THE INPUT\n");
-
     std::printf("\ndeflate targets (geometric means, same run):\n");
-    const double inflateRatio = geomean(ourI.values) / geomean(ldI.values);
-    std::printf("  inflate / libdeflate             %6.2f  (target <= 1.20) %s\n", inflateRatio,
-                inflateRatio <= 1.2 ? "met" : "NOT met");
     for (int level : levels) {
         const auto [ourCol, ldCol] = ratioCheck[level];
         const double r = geomean(time[ourCol].values) / geomean(time[ldCol].values);

@@ -46,6 +46,7 @@ void printRow(const std::string& label, const std::vector<std::string>& cells, i
 std::string fixed(double v, int decimals = 2);
 
 void benchDeflate(const std::vector<Input>& inputs, int reps);
+void benchInflate(const std::vector<Input>& inputs, const std::string& corpus, int reps);
 void benchLzo(const std::vector<Input>& inputs, int reps);
 void benchLzss(const std::vector<Input>& inputs, int reps);
 

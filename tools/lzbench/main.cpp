@@ -1,6 +1,6 @@
 // lzbench [corpus-folder] [repetitions] [families...]
 //   corpus folder: default ../shared/corpus/calgary; repetitions: default 9;
-//   families: any of deflate lzo lzss (default all three).
+//   families: any of deflate inflate lzo lzss (default all four).
 #include <cmath>
 #include <fstream>
 #include <iterator>
@@ -36,7 +36,7 @@ int main(int argc, char** argv) {
     const int reps = argc > 2 ? std::max(1, std::atoi(argv[2])) : 9;
     std::vector<std::string> families;
     for (int i = 3; i < argc; ++i) families.push_back(argv[i]);
-    if (families.empty()) families = {"deflate", "lzo", "lzss"};
+    if (families.empty()) families = {"deflate", "inflate", "lzo", "lzss"};
 
     const char* files[] = {"bib", "book1", "book2", "geo", "news", "obj1", "obj2",
                            "paper1", "paper2", "pic", "progc", "progl", "progp", "trans"};
@@ -56,9 +56,10 @@ int main(int argc, char** argv) {
                 inputs.size(), reps);
     for (const auto& f : families) {
         if (f == "deflate") benchDeflate(inputs, reps);
+        else if (f == "inflate") benchInflate(inputs, corpus, reps);
         else if (f == "lzo") benchLzo(inputs, reps);
         else if (f == "lzss") benchLzss(inputs, reps);
-        else std::printf("Unknown family '%s' (deflate, lzo, lzss)\n", f.c_str());
+        else std::printf("Unknown family '%s' (deflate, inflate, lzo, lzss)\n", f.c_str());
     }
     return 0;
 }

@@ -1,299 +1,76 @@
-// Inflate: a table-driven decoder of stored, fixed and dynamic deflate blocks that can
-// stop at a full destination or at the end of its source and resume in a later call.
+// Inflate: stored, fixed and dynamic deflate blocks, decoded by a call that can stop at a
+// full destination or at the end of its source and resume in a later call.
 //
-// Each Huffman block runs a fast loop while at least 8 input bytes and kFastRoom output
-// bytes remain (one 64-bit refill per match or up to three literals, matches copied in
-// 8- or 16-byte steps that may run a few bytes past the match), and a careful loop that decodes one whole symbol at a time
-// near the ends of the buffers.
-#include <algorithm>
-#include <cstdint>
+// A call cut off inside a dynamic block hands the source back at the block's header and
+// records in the state where it stopped; the next call reads the header again (or finds
+// its tables in this thread's cache, after comparing the header's bytes), moves to that
+// point and goes on, so streaming with small pieces costs about what one call costs.
 #include <cstring>
+#include <memory>
+#include <new>
 
-#include "deflate/inflate_table.h"
+#include "deflate/inflate_huffman.h"
 
 namespace lum::deflate {
 namespace {
 
-// State word 3 with this bit set: a dynamic block was cut off and the call resumes at its
-// header; the low bits count the bytes of that block already delivered.
-constexpr Lum32u kRedecodeFlag = 0x80000000u;
 // State word 2 of a stored block whose LEN and NLEN are still to be read.
 constexpr Lum32u kStoredLenUnread = 0xFFFFFFFFu;
-constexpr std::ptrdiff_t kFastRoom = kMaxMatch + 16;
-
-inline Lum64u lowBits(unsigned n) { return n >= 64 ? ~Lum64u{0} : (Lum64u{1} << n) - 1; }
-
-// The bit buffer: pending bits in the low `cnt` bits; bits above them are zero or the
-// stream's next bits in their place, so refilling over them is harmless.
-struct BitReader {
-    const Lum8u* in;
-    const Lum8u* inEnd;
-    const Lum8u* inStart;  // where this call's source began: bytes read since may go back
-    Lum64u buf;
-    unsigned cnt;
-
-    void refillFast() {  // needs 8 readable bytes; leaves at least 56 bits
-        buf |= load64le(in) << cnt;
-        in += (63 - cnt) >> 3;
-        cnt |= 56;
-    }
-    void refill() {
-        while (cnt < 56 && in < inEnd) {
-            buf |= Lum64u{*in++} << cnt;
-            cnt += 8;
-        }
-    }
-    void consume(unsigned n) {
-        buf >>= n;
-        cnt -= n;
-    }
-    // The same position with the whole bytes read in this call given back to the source,
-    // which leaves at most 32 pending bits (those carried into the call, or fewer than 8).
-    BitReader normalized() const {
-        BitReader r = *this;
-        const unsigned back = static_cast<unsigned>(std::min<std::ptrdiff_t>(cnt >> 3, in - inStart));
-        r.in -= back;
-        r.cnt -= 8 * back;
-        r.buf &= lowBits(r.cnt);
-        return r;
-    }
-};
-
-// More: the block goes on (a symbol was decoded, or the fast loop reached a buffer's end).
-enum class Result { Done, More, SrcEnd, DstFull, Corrupt };
-
-struct Tables {
-    const Lum32u* litLen;
-    const Lum32u* dist;
-};
+// State word 3 with this bit set: cut off inside a dynamic block. The low bits of word 3
+// are the match bytes still to copy (word 4 their distance), word 5 and the low 3 bits of
+// word 2 the bit position where decoding stopped (bytes and bits from the header's first
+// source byte), the upper 29 bits of word 2 a check of the header's bits.
+constexpr Lum32u kInDynamicBlock = 0x80000000u;
+// A dynamic header takes at most 17 + 19 * 3 + 316 * 14 bits.
+constexpr unsigned kMaxHeaderBytes = 576;
 
 struct DynamicTables {
     Lum32u litLen[kLitLenTableSize];
     Lum32u dist[kDistTableSize];
 };
 
-class Inflater {
-public:
-    BitReader br;
-    Lum8u* out;
-    Lum8u* outEnd;
-    const Lum8u* winStart;
-    Lum32u skip = 0;        // bytes of a re-decoded block that are counted, not written
-    Lum32u pendingLen = 0;  // match bytes still to copy when the destination filled
-    Lum32u pendingDist = 0;
+// The last dynamic block header this thread read: its bits (those pending in the bit
+// buffer and the source bytes after them) and its tables.
+struct HeaderCache {
+    bool valid = false;
+    unsigned carried = 0;
+    Lum64u carriedBits = 0;
+    unsigned end = 0;  // bit position of the header's end, from its first source byte
+    Lum32u check = 0;
+    Lum8u raw[kMaxHeaderBytes];
+    DynamicTables tables;
 
-    Result huffmanBlock(const Tables& t);
-    Result storedBlock(Lum32u& left);
-    Result dynamicHeader(DynamicTables& t);
-    Result copyPending();
-
-private:
-    Result fastLoop(const Tables& t);
-    Result slowSymbol(const Tables& t);
-    Result copyMatch(unsigned len, unsigned dist);
+    bool holds(const BitReader& atHeader, Lum32u wantedCheck) const {
+        const unsigned rawLen = (end + 7) / 8;
+        return valid && check == wantedCheck && carried == atHeader.cnt && carriedBits == atHeader.buf &&
+               static_cast<std::size_t>(atHeader.inEnd - atHeader.in) >= rawLen &&
+               std::memcmp(raw, atHeader.in, rawLen) == 0;
+    }
 };
 
-// The entry for the next code in buf: the primary entry or, for a long code, the entry of
-// its second-level table (which holds the whole code length).
-inline Lum32u lookup(const Lum32u* table, int bits, Lum64u buf) {
-    const Lum32u e = table[buf & ((1u << bits) - 1)];
-    if (entryKind(e) != kLink) return e;
-    return table[entryValue(e) + ((buf >> bits) & ((1u << entryBits(e)) - 1))];
+HeaderCache* threadCache() {
+    static thread_local std::unique_ptr<HeaderCache> cache(new (std::nothrow) HeaderCache);
+    return cache.get();
 }
 
-// A value with extra bits: the entry's base plus the extra bits after its code.
-inline unsigned withExtra(Lum32u e, Lum64u buf) {
-    return entryValue(e) + static_cast<unsigned>((buf & ((Lum64u{1} << entryTotal(e)) - 1)) >> entryBits(e));
+// A 29-bit check of a header's bits (FNV-1a).
+Lum32u headerCheck(unsigned carried, Lum64u carriedBits, const Lum8u* raw, unsigned rawLen) {
+    Lum32u h = 2166136261u;
+    auto add = [&h](Lum8u b) { h = (h ^ b) * 16777619u; };
+    add(static_cast<Lum8u>(carried));
+    for (int i = 0; i < 4; ++i) add(static_cast<Lum8u>(carriedBits >> (8 * i)));
+    for (unsigned i = 0; i < rawLen; ++i) add(raw[i]);
+    return h & 0x1FFFFFFF;
 }
 
-// Copies a match in 16- or 8-byte steps; may write up to 15 bytes past its end.
-inline Lum8u* copyFast(Lum8u* out, unsigned len, unsigned dist) {
-    const Lum8u* src = out - dist;
-    Lum8u* const end = out + len;
-    if (dist >= 16) {
-        do {
-            std::memcpy(out, src, 16);
-            out += 16;
-            src += 16;
-        } while (out < end);
-    } else if (dist >= 8) {
-        do {
-            store64le(out, load64le(src));
-            store64le(out + 8, load64le(src + 8));
-            out += 16;
-            src += 16;
-        } while (out < end);
-    } else if (dist == 1) {
-        const Lum64u v = 0x0101010101010101ull * *src;
-        do {
-            store64le(out, v);
-            store64le(out + 8, v);
-            out += 16;
-        } while (out < end);
-    } else {
-        // Each overlapping word store leaves `dist` more bytes of the repeating pattern.
-        do {
-            store64le(out, load64le(src));
-            out += dist;
-            src += dist;
-        } while (out < end);
-    }
-    return end;
+// Bit position of the reader from `from` (bits pending there lie before it).
+Lum64u bitPosition(const BitReader& br, const Lum8u* from) {
+    return Lum64u(br.in - from) * 8 - br.cnt;
 }
 
-// The fast loop keeps the entry of the next code decoded ahead. A refill leaves all 64
-// bits of the buffer holding stream bits (at least 56 of them counted), and a symbol takes
-// at most 48 (length code, its extra bits, distance code, its extra bits) or three literals
-// at most 45, so the 15 bits of the next lookup are always there before the next refill.
-Result Inflater::fastLoop(const Tables& t) {
-    // Locals, not members: byte stores could otherwise alias the reader and the pointers.
-    BitReader b = br;
-    Lum8u* o = out;
-    const Lum8u* const oEnd = outEnd - kFastRoom;
-    const Lum8u* const iEnd = b.inEnd - 8;
-    if (b.in > iEnd || o > oEnd) return Result::More;
-    b.refillFast();
-    Lum32u e = lookup(t.litLen, kLitLenBits, b.buf);
-    Result r = Result::More;
-    for (;;) {
-        if (entryKind(e) == kLiteral) {
-            *o++ = static_cast<Lum8u>(entryValue(e));
-            b.consume(entryTotal(e));
-            e = lookup(t.litLen, kLitLenBits, b.buf);
-            if (entryKind(e) == kLiteral) {
-                *o++ = static_cast<Lum8u>(entryValue(e));
-                b.consume(entryTotal(e));
-                e = lookup(t.litLen, kLitLenBits, b.buf);
-                if (entryKind(e) == kLiteral) {
-                    *o++ = static_cast<Lum8u>(entryValue(e));
-                    b.consume(entryTotal(e));
-                    e = lookup(t.litLen, kLitLenBits, b.buf);
-                }
-            }
-        } else if (entryKind(e) == kBase) {
-            const unsigned len = withExtra(e, b.buf);
-            b.consume(entryTotal(e));
-            const Lum32u d = lookup(t.dist, kDistBits, b.buf);
-            const unsigned dist = withExtra(d, b.buf);
-            if (entryKind(d) != kBase || dist > static_cast<std::size_t>(o - winStart)) {
-                r = Result::Corrupt;
-                break;
-            }
-            b.consume(entryTotal(d));
-            e = lookup(t.litLen, kLitLenBits, b.buf);
-            o = copyFast(o, len, dist);
-        } else {
-            if (entryKind(e) == kEndCode) {
-                b.consume(entryBits(e));
-                r = Result::Done;
-            } else {
-                r = Result::Corrupt;
-            }
-            break;
-        }
-        if (b.in > iEnd || o > oEnd) break;
-        b.refillFast();
-    }
-    br = b;
-    out = o;
-    return r;
-}
-
-Result Inflater::copyMatch(unsigned len, unsigned dist) {
-    const unsigned skipped = std::min(skip, len);
-    skip -= skipped;
-    len -= skipped;
-    if (len == 0) return Result::More;
-    if (dist > static_cast<std::size_t>(out - winStart)) return Result::Corrupt;
-    const unsigned n = static_cast<unsigned>(std::min<std::ptrdiff_t>(len, outEnd - out));
-    for (unsigned i = 0; i < n; ++i, ++out) *out = *(out - dist);
-    if (n == len) return Result::More;
-    pendingLen = len - n;
-    pendingDist = dist;
-    return Result::DstFull;
-}
-
-Result Inflater::copyPending() {
-    const unsigned len = pendingLen;
-    pendingLen = 0;
-    return copyMatch(len, pendingDist);
-}
-
-// One whole symbol, or nothing when its bits are not all in the source.
-Result Inflater::slowSymbol(const Tables& t) {
-    br.refill();
-    const Lum32u e = lookup(t.litLen, kLitLenBits, br.buf);
-    if (entryBits(e) > br.cnt) return Result::SrcEnd;
-    switch (entryKind(e)) {
-    case kLiteral:
-        if (skip > 0) {
-            --skip;
-        } else {
-            if (out == outEnd) return Result::DstFull;
-            *out++ = static_cast<Lum8u>(entryValue(e));
-        }
-        br.consume(entryBits(e));
-        return Result::More;
-    case kEndCode:
-        br.consume(entryBits(e));
-        return Result::Done;
-    case kBase:
-        break;
-    default:
-        return Result::Corrupt;
-    }
-    const unsigned lenBits = entryTotal(e);
-    if (lenBits > br.cnt) return Result::SrcEnd;
-    const Lum64u rest = br.buf >> lenBits;
-    const Lum32u d = lookup(t.dist, kDistBits, rest);
-    if (lenBits + entryBits(d) > br.cnt) return Result::SrcEnd;
-    if (entryKind(d) != kBase) return Result::Corrupt;
-    if (lenBits + entryTotal(d) > br.cnt) return Result::SrcEnd;
-    const unsigned len = withExtra(e, br.buf);
-    const unsigned dist = withExtra(d, rest);
-    br.consume(lenBits + entryTotal(d));
-    return copyMatch(len, dist);
-}
-
-Result Inflater::huffmanBlock(const Tables& t) {
-    for (;;) {
-        if (skip == 0) {
-            const Result r = fastLoop(t);
-            if (r != Result::More) return r;
-        }
-        const Result r = slowSymbol(t);
-        if (r != Result::More) return r;
-    }
-}
-
-Result Inflater::storedBlock(Lum32u& left) {
-    if (left == kStoredLenUnread) {
-        br.consume(br.cnt & 7);
-        br.refill();
-        if (br.cnt < 32) return Result::SrcEnd;
-        const Lum32u len = br.buf & 0xFFFF;
-        if (((br.buf >> 16) & 0xFFFF) != (~len & 0xFFFF)) return Result::Corrupt;
-        br.consume(32);
-        left = len;
-    }
-    if (br.cnt & 7) return Result::Corrupt;
-    for (; left > 0 && br.cnt >= 8; --left) {
-        if (out == outEnd) return Result::DstFull;
-        *out++ = static_cast<Lum8u>(br.buf);
-        br.consume(8);
-    }
-    if (br.cnt == 0) br.buf = 0;  // read-ahead bits of the bytes copied below go stale
-    const std::size_t n = std::min<std::size_t>({left, static_cast<std::size_t>(outEnd - out),
-                                                  static_cast<std::size_t>(br.inEnd - br.in)});
-    std::copy(br.in, br.in + n, out);
-    out += n;
-    br.in += n;
-    left -= static_cast<Lum32u>(n);
-    if (left == 0) return Result::Done;
-    return out == outEnd ? Result::DstFull : Result::SrcEnd;
-}
-
-Result Inflater::dynamicHeader(DynamicTables& t) {
+// The header of a dynamic block after its first 3 bits: the code length code, the code
+// lengths, and the tables built from them.
+Result readDynamicHeader(BitReader& br, DynamicTables& t) {
     static constexpr Lum8u kOrder[19] = {16, 17, 18, 0, 8, 7, 9, 6, 10, 5, 11, 4, 12, 3, 13, 2, 14, 1, 15};
     br.refill();
     if (br.cnt < 14) return Result::SrcEnd;
@@ -311,8 +88,7 @@ Result Inflater::dynamicHeader(DynamicTables& t) {
         br.consume(3);
     }
     Lum32u clTable[kCodeLenTableSize];
-    if (!buildDecodeTable(Alphabet::CodeLen, lengths, 19, clTable, kCodeLenTableSize))
-        return Result::Corrupt;
+    if (!buildDecodeTable(Alphabet::CodeLen, lengths, 19, clTable)) return Result::Corrupt;
 
     std::fill(lengths, lengths + 19, 0);
     for (int i = 0; i < nLit + nDist;) {
@@ -320,7 +96,7 @@ Result Inflater::dynamicHeader(DynamicTables& t) {
         const Lum32u e = clTable[br.buf & ((1u << kCodeLenBits) - 1)];
         const unsigned bits = entryBits(e);
         if (bits > br.cnt) return Result::SrcEnd;
-        if (entryKind(e) == kInvalid) return Result::Corrupt;
+        if (e & kInvalidFlag) return Result::Corrupt;
         const unsigned sym = entryValue(e);
         if (sym < 16) {
             br.consume(bits);
@@ -339,10 +115,104 @@ Result Inflater::dynamicHeader(DynamicTables& t) {
         i += static_cast<int>(repeat);
     }
     if (lengths[kEndOfBlock] == 0) return Result::Corrupt;  // a block must be able to end
-    if (!buildDecodeTable(Alphabet::LitLen, lengths, nLit, t.litLen, kLitLenTableSize) ||
-        !buildDecodeTable(Alphabet::Dist, lengths + nLit, nDist, t.dist, kDistTableSize))
+    if (!buildDecodeTable(Alphabet::LitLen, lengths, nLit, t.litLen) ||
+        !buildDecodeTable(Alphabet::Dist, lengths + nLit, nDist, t.dist))
         return Result::Corrupt;
     return Result::Done;
+}
+
+class Inflater {
+public:
+    Cursor c;
+    HuffmanDecoder decode = huffmanDecoderSlot().fn();
+
+    LumStatus blocks(LumInflateMode& mode, Lum32u* word);
+
+private:
+    Result dynamicBlock(const BitReader& atHeader, Lum32u* word, bool& pastHeader);
+    Result storedBlock(Lum32u& left);
+};
+
+// A dynamic block whose first 3 bits were read, from its header or (word 3 says so) from
+// where an earlier call stopped. pastHeader: the header was read and the reader is inside
+// the block.
+Result Inflater::dynamicBlock(const BitReader& atHeader, Lum32u* word, bool& pastHeader) {
+    const bool resume = (word[3] & kInDynamicBlock) != 0;
+    HeaderCache* cache = threadCache();
+    DynamicTables local;  // used only when this thread has no cache
+    const DynamicTables* tables;
+    Lum64u headerEnd;
+    Lum32u check;
+    if (resume && cache && cache->holds(atHeader, word[2] >> 3)) {
+        tables = &cache->tables;
+        headerEnd = cache->end;
+        check = cache->check;
+    } else {
+        DynamicTables* t = cache ? &cache->tables : &local;
+        if (cache) cache->valid = false;
+        const Result r = readDynamicHeader(c.br, *t);
+        if (r != Result::Done) return r;
+        headerEnd = bitPosition(c.br, atHeader.in);
+        const unsigned rawLen = static_cast<unsigned>((headerEnd + 7) / 8);
+        if (rawLen > kMaxHeaderBytes) return Result::Corrupt;  // cannot happen: headers are shorter
+        check = headerCheck(atHeader.cnt, atHeader.buf, atHeader.in, rawLen);
+        if (resume && check != word[2] >> 3) return Result::Corrupt;  // not the block the state was left in
+        if (cache) {
+            cache->valid = true;
+            cache->carried = atHeader.cnt;
+            cache->carriedBits = atHeader.buf;
+            cache->end = static_cast<unsigned>(headerEnd);
+            cache->check = check;
+            std::memcpy(cache->raw, atHeader.in, rawLen);
+        }
+        tables = t;
+    }
+    if (resume) {
+        const Lum64u stop = Lum64u{word[5]} * 8 + (word[2] & 7);
+        if (stop < headerEnd) return Result::Corrupt;
+        if (stop / 8 > static_cast<std::size_t>(atHeader.inEnd - atHeader.in)) return Result::SrcEnd;
+        c.br = {atHeader.in + stop / 8, atHeader.inEnd, atHeader.inStart, 0, 0};
+        c.br.refill();
+        if (c.br.cnt < (stop & 7)) return Result::SrcEnd;
+        c.br.consume(stop & 7);
+        pastHeader = true;
+        c.pendingLen = word[3] & ~kInDynamicBlock;
+        c.pendingDist = word[4];
+        const Result r = copyPending(c);
+        if (r != Result::More) return r;
+    } else {
+        pastHeader = true;
+        word[2] = check << 3;
+    }
+    return decode(c, tables->litLen, tables->dist);
+}
+
+Result Inflater::storedBlock(Lum32u& left) {
+    BitReader& br = c.br;
+    if (left == kStoredLenUnread) {
+        br.consume(br.cnt & 7);
+        br.refill();
+        if (br.cnt < 32) return Result::SrcEnd;
+        const Lum32u len = br.buf & 0xFFFF;
+        if (((br.buf >> 16) & 0xFFFF) != (~len & 0xFFFF)) return Result::Corrupt;
+        br.consume(32);
+        left = len;
+    }
+    if (br.cnt & 7) return Result::Corrupt;
+    for (; left > 0 && br.cnt >= 8; --left) {
+        if (c.out == c.outEnd) return Result::DstFull;
+        *c.out++ = static_cast<Lum8u>(br.buf);
+        br.consume(8);
+    }
+    if (br.cnt == 0) br.buf = 0;  // read-ahead bits of the bytes copied below go stale
+    const std::size_t n = std::min<std::size_t>({left, static_cast<std::size_t>(c.outEnd - c.out),
+                                                  static_cast<std::size_t>(br.inEnd - br.in)});
+    std::copy(br.in, br.in + n, c.out);
+    c.out += n;
+    br.in += n;
+    left -= static_cast<Lum32u>(n);
+    if (left == 0) return Result::Done;
+    return c.out == c.outEnd ? Result::DstFull : Result::SrcEnd;
 }
 
 LumStatus toStatus(Result r) {
@@ -357,65 +227,63 @@ LumStatus toStatus(Result r) {
 }
 
 // Decodes from the given mode; the state words and the mode are updated in place.
-LumStatus inflateBlocks(Inflater& inf, LumInflateMode& mode, Lum32u* word) {
+LumStatus Inflater::blocks(LumInflateMode& mode, Lum32u* word) {
     if (mode == lumInflateStreamEnd) return lumStsNoOperation;
-    if (word[3] != 0 && !(word[3] & kRedecodeFlag)) {
-        inf.pendingLen = word[3];
-        inf.pendingDist = word[4];
+    if (word[3] != 0 && !(word[3] & kInDynamicBlock)) {  // the rest of a fixed block's match
+        c.pendingLen = word[3];
+        c.pendingDist = word[4];
         word[3] = 0;
-        const Result r = inf.copyPending();
+        const Result r = copyPending(c);
         if (r != Result::More) {
-            word[3] = inf.pendingLen;
+            word[3] = c.pendingLen;
             return toStatus(r);
         }
     }
     const bool singleBlock = mode != lumInflateBlockHeader;
     for (;;) {
-        Result r;
+        Result r = Result::Done;
         if (mode == lumInflateBlockHeader) {
-            const BitReader atHeader = inf.br.normalized();
-            inf.br.refill();
-            if (inf.br.cnt < 3) return lumStsSrcEndWrn;
-            word[1] = inf.br.buf & 1;
-            word[0] = (inf.br.buf >> 1) & 3;
-            inf.br.consume(3);
-            if (word[0] == 3) return lumStsCorruptDataErr;
-            if (word[0] == 2) {
-                // Cut off anywhere, a dynamic block starts again at its header next time.
-                inf.skip = word[3] & ~kRedecodeFlag;
-                word[3] = 0;
-                Lum8u* blockStart = inf.out;
-                const Lum32u skipped = inf.skip;
-                DynamicTables t;
-                r = inf.dynamicHeader(t);
-                if (r == Result::Done) r = inf.huffmanBlock({t.litLen, t.dist});
+            const BitReader atHeader = c.br.normalized();
+            c.br.refill();
+            if (c.br.cnt < 3) return lumStsSrcEndWrn;
+            const Lum32u final = c.br.buf & 1, type = (c.br.buf >> 1) & 3;
+            c.br.consume(3);
+            if (type == 3) return lumStsCorruptDataErr;
+            if ((word[3] & kInDynamicBlock) && (type != 2 || final != word[1]))
+                return lumStsCorruptDataErr;  // not the block the state was left in
+            word[0] = type;
+            word[1] = final;
+            if (type == 2) {
+                bool pastHeader = false;
+                r = dynamicBlock(atHeader, word, pastHeader);
                 if (r == Result::SrcEnd || r == Result::DstFull) {
-                    inf.br = atHeader;
-                    const Lum32u delivered = skipped + static_cast<Lum32u>(inf.out - blockStart);
-                    word[3] = delivered ? (delivered & ~kRedecodeFlag) | kRedecodeFlag : 0;
-                    inf.pendingLen = 0;
+                    if (pastHeader) {
+                        const Lum64u stop = bitPosition(c.br, atHeader.in);
+                        word[2] = (word[2] & ~7u) | static_cast<Lum32u>(stop & 7);
+                        word[3] = kInDynamicBlock | c.pendingLen;
+                        word[4] = c.pendingDist;
+                        word[5] = static_cast<Lum32u>(stop / 8);
+                    }
+                    c.br = atHeader;
                     return toStatus(r);
                 }
                 if (r != Result::Done) return toStatus(r);
-                if (inf.skip != 0) return lumStsCorruptDataErr;
-            } else if (word[3] & kRedecodeFlag) {
-                return lumStsCorruptDataErr;  // the cut-off block is not where the state says
+                word[3] = 0;
             } else {
-                mode = word[0] == 0 ? lumInflateStoredBlock : lumInflateFixedBlock;
+                mode = type == 0 ? lumInflateStoredBlock : lumInflateFixedBlock;
                 word[2] = kStoredLenUnread;
-                r = Result::Done;
             }
         }
         if (mode == lumInflateStoredBlock) {
-            r = inf.storedBlock(word[2]);
+            r = storedBlock(word[2]);
             if (r != Result::Done) return toStatus(r);
         } else if (mode == lumInflateFixedBlock) {
             const FixedTables& f = fixedTables();
-            r = inf.huffmanBlock({f.litLen, f.dist});
+            r = decode(c, f.litLen, f.dist);
             if (r != Result::Done) {
-                if (r == Result::DstFull && inf.pendingLen != 0) {
-                    word[3] = inf.pendingLen;
-                    word[4] = inf.pendingDist;
+                if (r == Result::DstFull && c.pendingLen != 0) {
+                    word[3] = c.pendingLen;
+                    word[4] = c.pendingDist;
                 }
                 return toStatus(r);
             }
@@ -446,28 +314,30 @@ extern "C" LumStatus lumsInflate_8u(const Lum8u** ppSrc, int* pSrcLen, Lum32u* p
     Lum32u* word = pState->word;
     if (mode == lumInflateStoredBlock && word[2] > 0xFFFF && word[2] != kStoredLenUnread)
         return lumStsBadArgErr;
-    if ((word[3] & kRedecodeFlag) && mode != lumInflateBlockHeader) return lumStsBadArgErr;
-    if (word[3] != 0 && !(word[3] & kRedecodeFlag) && (word[4] == 0 || word[4] > kMaxDistance))
+    const bool inDynamic = (word[3] & kInDynamicBlock) != 0;
+    if (inDynamic && mode != lumInflateBlockHeader) return lumStsBadArgErr;
+    const Lum32u pending = word[3] & ~kInDynamicBlock;
+    if (pending > static_cast<Lum32u>(kMaxMatch) || (pending != 0 && (word[4] == 0 || word[4] > kMaxDistance)))
         return lumStsBadArgErr;
 
     Inflater inf;
     const unsigned carried = static_cast<unsigned>(*pCodeLenBits);
-    inf.br = {*ppSrc, *ppSrc + *pSrcLen, *ppSrc, Lum64u{*pCode} & lowBits(carried), carried};
-    inf.out = *ppDst + dstIdx;
-    inf.outEnd = inf.out + *pDstLen;
-    inf.winStart = *ppDst + winIdx;
-    Lum8u* const outStart = inf.out;
+    inf.c.br = {*ppSrc, *ppSrc + *pSrcLen, *ppSrc, Lum64u{*pCode} & lowBits(carried), carried};
+    inf.c.out = *ppDst + dstIdx;
+    inf.c.outEnd = inf.c.out + *pDstLen;
+    inf.c.winStart = *ppDst + winIdx;
+    Lum8u* const outStart = inf.c.out;
 
     LumInflateState state = *pState;
-    const LumStatus status = inflateBlocks(inf, mode, state.word);
+    const LumStatus status = inf.blocks(mode, state.word);
     if (status < 0) return status;
 
-    const BitReader br = inf.br.normalized();
+    const BitReader br = inf.c.br.normalized();
     *ppSrc = br.in;
     *pSrcLen = static_cast<int>(br.inEnd - br.in);
     *pCode = static_cast<Lum32u>(br.buf);
     *pCodeLenBits = static_cast<int>(br.cnt);
-    const int written = static_cast<int>(inf.out - outStart);
+    const int written = static_cast<int>(inf.c.out - outStart);
     *ppDst += written;
     *pDstLen -= written;
     *pMode = mode;

@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <fstream>
 #include <iterator>
+#include <memory>
 #include <random>
 #include <string>
 #include <vector>
@@ -111,6 +112,7 @@ struct Decoded {
     Bytes out;
     int calls = 0;
     bool sawPendingMatch = false;
+    bool sawDynamicCut = false;  // a call stopped inside a dynamic block
 };
 
 // Our inflate from lumInflateBlockHeader to the stream end, giving at most `srcPiece` new
@@ -133,10 +135,20 @@ inline Decoded inflateAll(const Bytes& stream, size_t size, int srcPiece = 0, in
         int srcLen = static_cast<int>(given - src);
         const int room = static_cast<int>(base + size - dst);
         int dstLen = dstPiece ? std::min(dstPiece, room) : room;
-        d.status = lumsInflate_8u(&src, &srcLen, &code, &bits, static_cast<int>(base - dst), &dst, &dstLen, 0, &mode,
-                                  &state);
-        d.sawPendingMatch |= state.word[3] != 0 && !(state.word[3] & 0x80000000u);
+        // In pieces, each call reads from a heap copy of exactly what it is given, so that
+        // a read past it is caught (by the sanitizer build) or shows in the source length.
+        std::unique_ptr<Lum8u[]> piece(new Lum8u[std::max(srcLen, 1)]);
+        std::copy(src, given, piece.get());
+        const Lum8u* pieceSrc = srcPiece ? piece.get() : src;
+        d.status = lumsInflate_8u(&pieceSrc, &srcLen, &code, &bits, static_cast<int>(base - dst), &dst, &dstLen, 0,
+                                  &mode, &state);
+        src = srcPiece ? src + (pieceSrc - piece.get()) : pieceSrc;
+        d.sawPendingMatch |= (state.word[3] & 0x7FFFFFFFu) != 0;
+        d.sawDynamicCut |= (state.word[3] & 0x80000000u) != 0;
         ++d.calls;
+        // The source never runs past what was given, nor the output past the room.
+        EXPECT_TRUE(srcLen >= 0 && src + srcLen == given) << "call " << d.calls;
+        EXPECT_TRUE(dstLen >= 0 && dst + dstLen <= base + size) << "call " << d.calls;
         const bool progressPossible = d.status == lumStsNoErr || (d.status == lumStsSrcEndWrn && given < srcEnd) ||
                                       (d.status == lumStsDstFullWrn && dst < base + size);
         if (!progressPossible || d.calls > 2000000) break;
