@@ -3,6 +3,7 @@
 #include "cpuinfo.h"
 #include "fpguard.h"
 #include "libenv.h"
+#include "recorder.h"
 #include "registry.h"
 #include "table.h"
 #include "timing.h"
@@ -302,8 +303,15 @@ static void P_apply(psString, psSession*) { psTest::m_pressing = true; }
 static void o_apply(psString arg, psSession* s) { addOutput(g_ostrm, outPath(arg, ".txt"), false, s); }
 static void O_apply(psString arg, psSession* s) { addOutput(g_ostrm, outPath(arg, ".txt"), true, s); }
 static void L_apply(psString arg, psSession* s) { s->addLevelMode(psLevelFromText(arg)); }
-static void r_apply(psString arg, psSession* s) { addOutput(g_cstrm, outPath(arg, ".csv"), false, s); }
-static void R_apply(psString arg, psSession* s) { addOutput(g_cstrm, outPath(arg, ".csv"), true, s); }
+// A performance table that opens gets its run record beside it.
+static void addTable(const psString& path, bool append, psSession* s)
+{
+    addOutput(g_cstrm, path, append, s);
+    if (!s->unopened) g_runRecorder.tableOpened(path, append);
+}
+
+static void r_apply(psString arg, psSession* s) { addTable(outPath(arg, ".csv"), false, s); }
+static void R_apply(psString arg, psSession* s) { addTable(outPath(arg, ".csv"), true, s); }
 
 static void q_apply(psString arg, psSession* s)
 {

@@ -4,6 +4,7 @@
 #include "keys.h"
 #include "libenv.h"
 #include "parameter.h"
+#include "recorder.h"
 #include "registry.h"
 #include "reports.h"
 #include "table.h"
@@ -371,8 +372,10 @@ int psSession::run(int argc, char** argv)
                 g_pHotList->add(psString());
             }
             putTableTitle();
+            g_runRecorder.begin(argc, argv, psTimeText(pTestList->m_startTime));
             result = pTestList->runTests(conditions) ? 1 : 0;
             pTestList->m_endTime = time(nullptr);
+            g_runRecorder.finish();
             outputFooter();
         }
     }
