@@ -31,7 +31,7 @@ bool psParseProcStat(const std::string& text, psCpuTimes& times)
         times.steal = v[7];
         total = true;
     }
-    return total;
+    return total && times.cpus > 0;
 }
 
 namespace {
@@ -45,10 +45,9 @@ double monotonicSeconds()
 
 double seconds(const timeval& t) { return t.tv_sec + t.tv_usec * 1e-6; }
 
-// A share of `capacity` seconds, judged only above two kernel ticks.
+// A share of `capacity` seconds (more than 0), judged only above two kernel ticks.
 void share(psFact<double>& fact, double used, double capacity, double tick, double limit, bool& disturbed)
 {
-    if (capacity <= 0) return;
     double s = used / capacity;
     s = s < 0 ? 0 : s > 1 ? 1 : s;
     fact.set(s);
@@ -80,10 +79,12 @@ psTestLoad psCompareLoad(const psLoadSample& before, const psLoadSample& after, 
     else
         load.migrations.missing(migrationsReason);
 
-    if (!before.statRead || !after.statRead || ticksPerSecond <= 0) {
-        const char* why = "/proc/stat could not be read";
-        load.otherCpusBusy.missing(why);
-        load.steal.missing(why);
+    const char* unknown = !before.statRead || !after.statRead || ticksPerSecond <= 0 ? "/proc/stat could not be read"
+                          : load.seconds <= 0                                       ? "the test took no measurable time"
+                                                                                    : nullptr;
+    if (unknown) {
+        load.otherCpusBusy.missing(unknown);
+        load.steal.missing(unknown);
         return load;
     }
     const double tick = 1.0 / ticksPerSecond;
@@ -95,11 +96,7 @@ psTestLoad psCompareLoad(const psLoadSample& before, const psLoadSample& after, 
     else
         share(load.otherCpusBusy, busy - (after.ownCpuSeconds - before.ownCpuSeconds), load.seconds * (cpus - 1), tick,
               PS_OTHER_BUSY_LIMIT, load.disturbed);
-    share(load.steal, stolen, load.seconds * (cpus > 0 ? cpus : 1), tick, PS_STEAL_LIMIT, load.disturbed);
-    if (load.seconds <= 0) {
-        load.otherCpusBusy.missing("the test took no measurable time");
-        load.steal.missing("the test took no measurable time");
-    }
+    share(load.steal, stolen, load.seconds * cpus, tick, PS_STEAL_LIMIT, load.disturbed);
     return load;
 }
 

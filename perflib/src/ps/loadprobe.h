@@ -16,7 +16,7 @@ struct psCpuTimes {
     int cpus = 0;                  // number of cpuN lines
 };
 
-// Reads the text of /proc/stat; false when it has no "cpu" total line.
+// Reads the text of /proc/stat; false when it has no "cpu" total line or no cpuN line.
 bool psParseProcStat(const std::string& text, psCpuTimes& times);
 
 struct psLoadSample {
