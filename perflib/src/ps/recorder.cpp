@@ -42,11 +42,20 @@ psString compilerText()
 #endif
 }
 
-// Adds the time of its scope to a total: the record accounts for its own cost.
+double cpuSeconds()
+{
+    timespec ts;
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &ts);
+    return ts.tv_sec + ts.tv_nsec * 1e-9;
+}
+
+// Adds the processor time of its scope to a total: the record accounts for its own
+// cost. Processor time, not wall time: on a loaded machine the waits for a CPU that
+// fall into the scope are not the probes' doing.
 class CostOf {
 public:
-    explicit CostOf(double& total) : m_total(total), m_start(monotonicSeconds()) {}
-    ~CostOf() { m_total += monotonicSeconds() - m_start; }
+    explicit CostOf(double& total) : m_total(total), m_start(cpuSeconds()) {}
+    ~CostOf() { m_total += cpuSeconds() - m_start; }
 
 private:
     double& m_total;
@@ -130,11 +139,12 @@ void psRunRecorder::finish()
 {
     if (!m_active) return;
     m_active = false;
-    const double finishStart = monotonicSeconds();
-    const unsigned long long ticks = lum_get_vantor_counter() - m_startTicks;
-    psSetMeasuredTscHz(m_run.host, ticks, monotonicSeconds() - m_startSeconds);
-    m_run.clock.end = psMeasureCoreClock(*m_counter);
-    m_run.probeSeconds += monotonicSeconds() - finishStart;  // the writing itself is not counted
+    {
+        CostOf cost(m_run.probeSeconds);  // the writing itself is not counted
+        const unsigned long long ticks = lum_get_vantor_counter() - m_startTicks;
+        psSetMeasuredTscHz(m_run.host, ticks, monotonicSeconds() - m_startSeconds);
+        m_run.clock.end = psMeasureCoreClock(*m_counter);
+    }
     const psString line = psRunRecordLine(m_run);
     for (const Table& t : m_tables) {
         const psString path = psRunRecordPath(t.path);

@@ -107,7 +107,7 @@ psString psRunRecordLine(const psRunContext& run)
               {"build", buildJson(run.build)},
               {"clock", clockJson(run.clock)},
               {"tests", tests},
-              {"probe_seconds", rounded(run.probeSeconds, 4)}};
+              {"probe_cpu_seconds", rounded(run.probeSeconds, 4)}};
     // Arguments are bytes, not necessarily UTF-8: invalid sequences become U+FFFD.
     return o.dump(-1, ' ', false, Json::error_handler_t::replace);
 }

@@ -37,7 +37,7 @@ struct psRunContext {
     psBuildFacts build;
     psClockFacts clock;
     psList<psTestRecord> tests;    // in the order they ran
-    double probeSeconds = 0;       // spent by the probes and the record itself
+    double probeSeconds = 0;       // processor time of the probes and the record itself
 };
 
 // The record of one run as one line of JSON (no line end).
