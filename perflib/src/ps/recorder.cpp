@@ -2,6 +2,7 @@
 
 #include "cpuinfo.h"
 #include "libenv.h"
+#include "progress.h"
 #include "ticker.h"
 
 #include <cstdio>
@@ -94,6 +95,11 @@ void psRunRecorder::tableOpened(const psString& tablePath, bool append) { m_tabl
 void psRunRecorder::warn(const psString& line) const
 {
     if (line.empty() || isatty(m_fd) != 1) return;
+    // While the tests run, the status line owns the terminal's last line.
+    if (m_fd == 2 && g_progress.active()) {
+        g_progress.note(line.str());
+        return;
+    }
     std::fflush(stdout);  // the console's text so far comes first
     if (write(m_fd, line.c_str(), line.length()) < 0) return;  // a warning is not worth an error
 }
