@@ -15,7 +15,7 @@ corpus_complete = (for f in $(CORPUS_FILES); do [ -f "$(1)/$$f" ] || exit 1; don
 
 PACKAGES = cmake make g++ pkg-config libgtest-dev zlib1g-dev libbz2-dev \
            liblzo2-dev libdeflate-dev libdivsufsort-dev \
-           libcli11-dev libfmt-dev curl ca-certificates
+           libcli11-dev libfmt-dev nlohmann-json3-dev curl ca-certificates
 # Only the tests need these: headless Chromium opens the report tool's page.
 TEST_PACKAGES = chromium
 SUDO := $(shell [ "$$(id -u)" = 0 ] || echo sudo)

@@ -240,10 +240,15 @@ Lum64u psCpuFeatures::detected()
     return mask;
 }
 
-psString cpuInfo()
+psString psCpuName()
 {
     psString brand = brandString();
-    psString s = !brand.empty() ? brand : vendorString();
+    return !brand.empty() ? brand : vendorString();
+}
+
+psString cpuInfo()
+{
+    psString s = psCpuName();
     if (s.empty()) s = "Unidentified processor";
     long processors = onlineProcessors();
     if (processors > 0) s << ", " << processors << " logical processors";

@@ -23,6 +23,9 @@ struct psHostFacts {
     static psHostFacts gather(int libraryCacheBytes = 0);
 };
 
+// The processor's brand string, else its vendor string; empty when it gives neither.
+psString psCpuName();
+
 // One-line processor description: brand string and the highest code-path level the
 // processor supports.
 psString cpuInfo();

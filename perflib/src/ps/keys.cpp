@@ -4,6 +4,7 @@
 #include "fpguard.h"
 #include "instream.h"
 #include "libenv.h"
+#include "recorder.h"
 #include "registry.h"
 #include "table.h"
 
@@ -287,10 +288,12 @@ psString hq_info(psString arg) { return helpInfo(arg, '?', " with hidden keys");
 // ---------------------------------------------------------------- apply functions
 
 // Adds an output file to a stream; a file that cannot be opened is remembered for the
-// fatal message after all keys.
-static void addOutput(psSinks& sinks, const psString& path, bool append, psSessionSettings* s)
+// fatal message after all keys. Returns whether the file opened.
+static bool addOutput(psSinks& sinks, const psString& path, bool append, psSessionSettings* s)
 {
-    if (!sinks.addStream(path, append)) s->unopenedFile();
+    if (sinks.addStream(path, append)) return true;
+    s->unopenedFile();
+    return false;
 }
 
 static void B_apply(psString, psSessionSettings* s) { s->setBatMode(); }
@@ -302,8 +305,14 @@ static void P_apply(psString, psSessionSettings*) { psTest::m_pressing = true; }
 static void o_apply(psString arg, psSessionSettings* s) { addOutput(g_ostrm, outPath(arg, ".txt"), false, s); }
 static void O_apply(psString arg, psSessionSettings* s) { addOutput(g_ostrm, outPath(arg, ".txt"), true, s); }
 static void L_apply(psString arg, psSessionSettings* s) { s->addLevelMode(psLevelFromText(arg)); }
-static void r_apply(psString arg, psSessionSettings* s) { addOutput(g_cstrm, outPath(arg, ".csv"), false, s); }
-static void R_apply(psString arg, psSessionSettings* s) { addOutput(g_cstrm, outPath(arg, ".csv"), true, s); }
+// A performance table that opens gets its run record beside it.
+static void addTable(const psString& path, bool append, psSessionSettings* s)
+{
+    if (addOutput(g_cstrm, path, append, s)) g_runRecorder.tableOpened(path, append);
+}
+
+static void r_apply(psString arg, psSessionSettings* s) { addTable(outPath(arg, ".csv"), false, s); }
+static void R_apply(psString arg, psSessionSettings* s) { addTable(outPath(arg, ".csv"), true, s); }
 
 static void q_apply(psString arg, psSessionSettings* s)
 {

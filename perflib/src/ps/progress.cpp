@@ -56,6 +56,15 @@ void psProgress::clear()
     m_shown = false;
 }
 
+void psProgress::note(const std::string& lines)
+{
+    if (!m_active) return;
+    clear();
+    std::fflush(stdout);
+    put(lines);
+    m_shown = true;  // erased like a drawn line, so the terminal's last word stays the erase
+}
+
 void psProgress::finish()
 {
     clear();

@@ -29,6 +29,9 @@ public:
     void measuring(const psString& func, const psString& parms);
     // Erases the line (before anything else is written to the console).
     void clear();
+    // Writes whole lines (a warning) to the terminal in place of the status line;
+    // the run still ends with the status line erased.
+    void note(const std::string& lines);
     void finish();
 
     bool active() const { return m_active; }

@@ -4,6 +4,7 @@
 #include "conditions.h"
 #include "parameter.h"
 #include "progress.h"
+#include "recorder.h"
 
 #include <set>
 
@@ -109,7 +110,9 @@ bool psTestList::runTests(psConditions& cond)
         }
         m_pCurrentTest = test;
         g_progress.testStarted();
+        g_runRecorder.testStarted();
         psResult code = test->run();
+        g_runRecorder.testDone(test->getFuncName());
         g_progress.testDone();
         // UNDEFINED with the result still OK means the test had nothing to measure.
         if (!(code == UNDEFINED && test->getResult() == OK)) plus(code);

@@ -7,6 +7,7 @@
 #include "libenv.h"
 #include "listing.h"
 #include "parameter.h"
+#include "recorder.h"
 #include "registry.h"
 #include "reports.h"
 #include "table.h"
@@ -441,8 +442,10 @@ int psSession::run(int argc, char** argv)
                 g_pHotList->add(psString());
             }
             putTableTitle();
+            g_runRecorder.begin(argc, argv, psTimeText(pTestList->m_startTime));
             result = pTestList->runTests(conditions) ? 1 : 0;
             pTestList->m_endTime = time(nullptr);
+            g_runRecorder.finish();
             outputFooter();
         }
     }
