@@ -49,7 +49,7 @@ Verdict judgeSet(const Sample& base, const Sample& cur, double noiseFloor, doubl
         if (p) *p = pValue;
         const bool apart = cur.best > base.worst || cur.worst < base.best;
         if (pValue >= kAlpha && !apart) return Verdict::Noise;
-        return beyond(ratio, std::max({noiseFloor, base.spread(), cur.spread()}));
+        return beyond(ratio, std::max({noiseFloor, base.typicalSpread(), cur.typicalSpread()}));
     }
     const Verdict ranges = judge({base.best, base.worst}, {cur.best, cur.worst}, noiseFloor);
     if (ranges == Verdict::Noise && (base.count > 1 || cur.count > 1)) return Verdict::Noise;
@@ -90,7 +90,7 @@ Verdict judgeFunction(FunctionComparison& f, const std::vector<const SetComparis
     std::vector<double> spreads;
     for (const SetComparison* s : sets) {
         fewest = std::min(fewest, fewestRuns(*s));
-        spreads.push_back(std::max(s->base.spread(), s->cur.spread()));
+        spreads.push_back(std::max(s->base.typicalSpread(), s->cur.typicalSpread()));
     }
     if (fewest == 1) {
         const Verdict change = beyond(f.ratio, kUnknownSpreadFloor);

@@ -42,7 +42,7 @@ Verdict judge(Range base, Range cur, double noiseFloor);
 // - at least kMinRuns figures on each side: a change when the Mann-Whitney U test
 //   finds the samples different (p < kAlpha) or their ranges do not overlap, and
 //   the ratio of the best figures exceeds the floor: the larger of `noiseFloor`
-//   and the two sides' spreads;
+//   and the two sides' typical spreads (median / best - 1);
 // - fewer: within noise when the ranges overlap, a change when the ratio exceeds
 //   kUnknownSpreadFloor and the ranges (widened by the noise floor) do not,
 //   otherwise spread unknown.
@@ -94,7 +94,7 @@ Range bootstrapInterval(const std::vector<const SetComparison*>& sets, double le
 // The per-function verdict from its judged sets:
 // - at least kMinRuns figures per side in every set: a change when the bootstrap
 //   interval excludes 1 and the ratio exceeds the floor, the larger of
-//   `noiseFloor` and the median of the sets' spreads;
+//   `noiseFloor` and the median over the sets of their typical spreads;
 // - two figures on a side somewhere: within noise when the interval holds 1,
 //   else as for one figure;
 // - one figure: a change when the ratio exceeds kUnknownSpreadFloor, otherwise

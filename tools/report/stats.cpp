@@ -11,6 +11,8 @@ bool RowKey::operator<(const RowKey& o) const {
     return parms < o.parms;
 }
 
+double Sample::typicalSpread() const { return count ? median(figures) / best - 1 : 0; }
+
 double Sample::bestCore() const {
     double best = 0;
     for (double c : core) {

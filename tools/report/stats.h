@@ -34,6 +34,9 @@ struct Sample {
 
     // Spread of the figures relative to the best one (0 for a single figure).
     double spread() const { return count ? worst / best - 1 : 0; }
+    // The typical distance of a figure from the best: median / best - 1. Unlike
+    // the spread, one outlying run does not widen it.
+    double typicalSpread() const;
     // Lowest figure in core clocks; 0 unless every figure has its core ratio.
     double bestCore() const;
 };
