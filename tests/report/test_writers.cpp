@@ -3,6 +3,7 @@
 #include "document.h"
 #include "helpers.h"
 #include "html.h"
+#include "machines.h"
 #include "markdown.h"
 #include "svg_chart.h"
 #include "terminal.h"
@@ -136,6 +137,36 @@ TEST(ReportWriters, DisturbedRowsAndCoreClocksInEveryForm) {
     writeText(summary, summaryDocument(n));
     EXPECT_NE(summary.str().find("core clocks/e"), std::string::npos) << summary.str();
     EXPECT_NE(summary.str().find("all 3"), std::string::npos);
+}
+
+TEST(ReportWriters, MachinesSideBySide) {
+    // M1 without a record, M2 with one (named by its CPU, with core clocks), M3
+    // with two rounds and a set the others lack.
+    std::vector<Table> machines;
+    machines.push_back(tableOf(runTitle() + row("lumsCRC32_8u", "1", "0.4") + row("lumsCRC32_8u", "2", "0.1") +
+                                   row("lumsInflate_8u", "book1", "4"),
+                               "m1.csv"));
+    machines.push_back(recordedTableOf(runTitle("s") + row("lumsCRC32_8u", "1", "0.2") + row("lumsCRC32_8u", "2", "0.05") +
+                                           row("lumsInflate_8u", "book1", "4"),
+                                       {recordOf("s", {})}, "m2.csv"));
+    machines.push_back(tableOf(runTitle() + row("lumsCRC32_8u", "1", "0.8") + row("lumsCRC32_8u", "2", "0.2") +
+                                   runTitle() + row("lumsCRC32_8u", "1", "0.9") + row("lumsCRC32_8u", "2", "0.3") +
+                                   row("lumsInflate_8u", "paper1", "3"),
+                               "m3.csv"));
+    const Document d = machinesDocument(machines);
+    std::ostringstream md, page;
+    writeMarkdown(md, d);
+    writeHtml(page, d);
+    EXPECT_NE(md.str().find("|  | M1: m1.csv | M2: m2.csv | M3: m3.csv |"), std::string::npos) << md.str();
+    EXPECT_NE(md.str().find("| Machine | Test machine; 2 logical processors | Test CPU | Test machine;"), std::string::npos);
+    // CRC-32: geometric means 0.2, 0.1 and 0.4; Inflate is not measured on M3.
+    EXPECT_NE(md.str().find("| Checksum | lumsCRC32_8u | 2 | 0.2 | - | 0.1 | 0.15 | 0.500 | 0.4 | - | 2.000 |"),
+              std::string::npos)
+        << md.str();
+    EXPECT_EQ(md.str().find("| lumsInflate_8u |"), std::string::npos);
+    EXPECT_NE(md.str().find("1 parameter sets of m1.csv missing on some machine are left out"), std::string::npos);
+    EXPECT_EQ(count(page.str(), "<svg"), 1);
+    EXPECT_EQ(count(page.str(), "</title></rect>"), 3);
 }
 
 TEST(ReportWriters, ChartHasABarPerSeriesAndSetAndSkipsMissingFigures) {
