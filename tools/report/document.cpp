@@ -103,7 +103,7 @@ void addRecordFacts(Document& d, const std::vector<const Table*>& tables) {
 
 // Warnings when the two sides ran on different processors, builds or code paths:
 // a ratio then measures the machines as much as the change.
-void addMismatchWarnings(Document& d, const Table& base, const Table& cur) {
+void addMismatchWarnings(Document& d, const Table& base, const Table& cur, const Comparison& c) {
     const std::pair<const char*, RecordFact> compared[] = {
         {"CPU", [](const RunRecord& r) { return r.cpu; }},
         {"build type", [](const RunRecord& r) { return r.buildType; }},
@@ -116,13 +116,12 @@ void addMismatchWarnings(Document& d, const Table& base, const Table& cur) {
                                              "compare these as well as the change",
                                              what, a, b));
     }
-    const Summary sb = summarize(base), sc = summarize(cur);
     auto fewest = [](const Summary& s) {
         int n = 1 << 30;
         for (const Measured& m : s.sets) n = std::min(n, m.sample.count);
         return n;
     };
-    const int nb = fewest(sb), nc = fewest(sc);
+    const int nb = fewest(c.base), nc = fewest(c.cur);
     if ((nb < kMinRuns) != (nc < kMinRuns))
         d.headline.push_back(fmt::format("Note: {} has {} run(s) per parameter set and {} has {}: with fewer than {} "
                                          "on a side a change counts only beyond {:.0f}%",
@@ -304,7 +303,7 @@ Document compareDocument(const Table& base, const Table& cur, const Comparison& 
                                          "run record), {} with the spread unknown (fewer than {} runs on a side and "
                                          "a change within {:.0f}%)",
                                          c.disturbedSets, c.unknownSets, kMinRuns, 100 * kUnknownSpreadFloor));
-    addMismatchWarnings(d, base, cur);
+    addMismatchWarnings(d, base, cur, c);
 
     bool core = false, recorded = c.base.recorded || c.cur.recorded;
     for (const FunctionComparison& f : c.functions) core = core || f.baseCore > 0 || f.curCore > 0;
