@@ -79,6 +79,7 @@ TEST(RecordRead, FoundBesideTheTableOrMissingSaidSo) {
     TempDir dir;
     const std::string table = dir.write("x.csv", runTitle("A") + row("lumsCRC32_8u", "1", "0.5"));
     EXPECT_EQ(report::recordPathFor(table), dir.path("x.runs.jsonl"));
+    EXPECT_EQ(report::recordPathFor("a.b/x.tab"), "a.b/x.tab.runs.jsonl");
     report::Table bare = report::loadTable(table);
     ASSERT_EQ(bare.notes.size(), 1u);
     EXPECT_NE(bare.notes[0].find("no run record " + dir.path("x.runs.jsonl")), std::string::npos) << bare.notes[0];

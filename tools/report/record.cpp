@@ -5,7 +5,6 @@
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
-#include <filesystem>
 #include <fstream>
 
 namespace report {
@@ -109,9 +108,9 @@ RecordFile parseRecord(std::istream& in, const std::string& name) {
 }
 
 std::string recordPathFor(const std::string& tablePath) {
-    std::filesystem::path p(tablePath);
-    p.replace_extension(".runs.jsonl");
-    return p.string();
+    const std::string csv = ".csv";
+    const bool isCsv = tablePath.size() > csv.size() && tablePath.compare(tablePath.size() - csv.size(), csv.size(), csv) == 0;
+    return (isCsv ? tablePath.substr(0, tablePath.size() - csv.size()) : tablePath) + ".runs.jsonl";
 }
 
 void attachRecord(Table& table, const RecordFile& record, const std::string& recordName) {

@@ -49,7 +49,8 @@ struct RecordFile {
 // text is left out with a note (a run stopped while writing leaves a cut line).
 RecordFile parseRecord(std::istream& in, const std::string& name);
 
-// The record file kept beside a table: "X.csv" -> "X.runs.jsonl".
+// The record file kept beside a table: "X.csv" -> "X.runs.jsonl", a name without
+// ".csv" gets ".runs.jsonl" appended ("X.tab" -> "X.tab.runs.jsonl").
 std::string recordPathFor(const std::string& tablePath);
 
 // Gives each run of the table its record line, matched by the Start text, and
