@@ -188,7 +188,6 @@ TEST(ReportCompare, RoundsGiveFunctionVerdictsAndDisturbedRunsNeverFail) {
     EXPECT_EQ(one.sets[0].cur.count, 2);
     EXPECT_EQ(one.sets[0].cur.disturbed, 1);
     EXPECT_EQ(one.functions[0].verdict, Verdict::Slower);
-    EXPECT_EQ(bootstrapInterval({&one.sets[0]}, 0.95).low, bootstrapInterval({&one.sets[0]}, 0.95).low);
 }
 
 // Base: two functions; new: one of them faster, one set only in each table.
