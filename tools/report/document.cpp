@@ -123,9 +123,10 @@ void addMismatchWarnings(Document& d, const Table& base, const Table& cur, const
     };
     const int nb = fewest(c.base), nc = fewest(c.cur);
     if ((nb < kMinRuns) != (nc < kMinRuns))
-        d.headline.push_back(fmt::format("Note: {} has {} run(s) per parameter set and {} has {}: with fewer than {} "
-                                         "on a side a change counts only beyond {:.0f}%",
-                                         base.name, nb, cur.name, nc, kMinRuns, 100 * kUnknownSpreadFloor));
+        d.headline.push_back(fmt::format("Note: the fewest runs judged for a parameter set are {} in {} and {} in {} "
+                                         "(runs of disturbed tests left out): with fewer than {} on a side a change "
+                                         "counts only beyond {:.0f}%",
+                                         nb, base.name, nc, cur.name, kMinRuns, 100 * kUnknownSpreadFloor));
 }
 
 std::string spreadText(const Sample& s) { return s.count > 1 ? fmt::format("{:.1f}%", 100 * s.spread()) : "-"; }
