@@ -9,6 +9,8 @@
 
 namespace {
 
+bool readable(const std::string& path) { return access(path.c_str(), R_OK) == 0; }
+
 // Base: CRC-32 and Adler-32 measured once; new: CRC-32 2.8 times faster.
 const std::string kBase = runTitle("b") + row("lumsCRC32_8u", "16384", "0.4") + row("lumsCRC32_8u", "32768", "0.2") +
                           row("lumsAdler32_8u", "16384", "0.1");
@@ -64,6 +66,7 @@ TEST(ReportCommandLine, ExitCodesAndMessages) {
         EXPECT_EQ(r.exitCode, c.code) << c.what << ": " << r.err;
         EXPECT_NE(r.err.find(c.message), std::string::npos) << c.what << ": " << r.err;
     }
+    EXPECT_FALSE(readable(dir.path("x.json"))) << "a table that cannot be converted left a file";
 }
 
 const char* const kComparePy = "/usr/share/benchmark/compare.py";

@@ -12,6 +12,7 @@
 #include <cerrno>
 #include <cstring>
 #include <fstream>
+#include <sstream>
 #include <functional>
 
 namespace report {
@@ -50,24 +51,23 @@ int runReport(const Options& o, std::ostream& out, std::ostream& err) {
         std::vector<Table> tables;
         for (const std::string& path : o.tables) tables.push_back(loadTable(path));
         if (!o.json.empty()) {
-            writeFile(o.json, "JSON file", [&](std::ostream& f) { writeBenchmarkJson(f, tables[0], o.tscGhz * 1e9); });
+            // Built first, so that a table that cannot be converted leaves no empty file.
+            std::ostringstream json;
+            writeBenchmarkJson(json, tables[0], o.tscGhz * 1e9);
+            writeFile(o.json, "JSON file", [&json](std::ostream& f) { f << json.str(); });
             err << "perfdc-report: " << o.json << " written\n";
             return kOk;
         }
         Document d;
         std::vector<FunctionComparison> slower;
-        int unjudged = 0;
-        std::string unjudgedWhy;
         if (o.compare) {
             Comparison c = compareTables(tables[0], tables[1], o.noise / 100);
             d = compareDocument(tables[0], tables[1], c);
             if (o.failAbove >= 0) slower = slowerThan(c, o.failAbove / 100);
-            unjudged = c.disturbedSets + c.unknownSets;
-            unjudgedWhy = fmt::format("{} disturbed, {} with the spread unknown", c.disturbedSets, c.unknownSets);
-            if (o.failAbove >= 0 && unjudged)
-                err << fmt::format("perfdc-report: {} of {} parameter sets could not be judged ({}); they do not "
-                                   "count for --fail-above\n",
-                                   unjudged, c.sets.size(), unjudgedWhy);
+            if (o.failAbove >= 0 && c.disturbedSets + c.unknownSets)
+                err << fmt::format("perfdc-report: {} of {} parameter sets could not be judged ({} disturbed, {} with "
+                                   "the spread unknown); they do not count for --fail-above\n",
+                                   c.disturbedSets + c.unknownSets, c.sets.size(), c.disturbedSets, c.unknownSets);
         } else if (o.machines) {
             d = machinesDocument(tables);
         } else {
