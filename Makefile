@@ -7,6 +7,7 @@ TSAN_BUILD ?= build-tsan
 JOBS       ?= 2
 CORPUS     ?= $(abspath ../shared/corpus/calgary)
 RESULTS    ?= $(abspath results)
+ROUNDS     ?= 3
 CORPUS_URL ?= https://corpus.canterbury.ac.nz/resources/calgary.tar.gz
 LOCAL_CORPUS = $(abspath corpus)
 CORPUS_FILES = bib book1 book2 geo news obj1 obj2 paper1 paper2 pic progc progl progp trans
@@ -16,11 +17,12 @@ corpus_complete = (for f in $(CORPUS_FILES); do [ -f "$(1)/$$f" ] || exit 1; don
 PACKAGES = cmake make g++ pkg-config libgtest-dev zlib1g-dev libbz2-dev \
            liblzo2-dev libdeflate-dev libdivsufsort-dev \
            libcli11-dev libfmt-dev nlohmann-json3-dev curl ca-certificates
-# Only the tests need these: headless Chromium opens the report tool's page.
-TEST_PACKAGES = chromium
+# Only the tests need these: headless Chromium opens the report tool's page, and
+# Google Benchmark's compare.py (with Debian's python3 and scipy) reads its JSON.
+TEST_PACKAGES = chromium libbenchmark-tools python3 python3-scipy
 SUDO := $(shell [ "$$(id -u)" = 0 ] || echo sudo)
 
-.PHONY: all deps test-deps install-packages build bench test test-plain test-sanitize test-thread corpus clean
+.PHONY: all deps test-deps install-packages build bench bench-rounds test test-plain test-sanitize test-thread corpus clean
 
 all: build
 
@@ -41,10 +43,13 @@ build: deps
 	cmake -S . -B $(BUILD) -DCMAKE_BUILD_TYPE=Release -DPERFDC_CORPUS_DIR=$(CORPUS)
 	cmake --build $(BUILD) -j$(JOBS)
 
-# The benchmark: every registered test in batch mode; the table, summary and
-# listing go to $(RESULTS). The corpus is the one beside the project when it is
-# complete, else the one in ./corpus, else it is downloaded first ('make corpus').
-bench: build
+# The benchmark: every registered test in batch mode, ROUNDS times over, each round
+# appended to the same table (the first one starts it afresh); then the report's
+# per-function summary of the table: the best figure and the spread of the rounds.
+# The table, summary and listing go to $(RESULTS). The corpus is the one beside
+# the project when it is complete, else the one in ./corpus, else it is downloaded
+# first ('make corpus').
+bench: bench-rounds build
 	@mkdir -p $(RESULTS)
 	@dir="$(CORPUS)"; \
 	if ! $(call corpus_complete,$$dir); then \
@@ -55,10 +60,19 @@ bench: build
 	  fi; \
 	fi; \
 	echo "Corpus: $$dir"; \
-	$(BUILD)/bin/perfdc -B -LPERF -l$(RESULTS) -nperfdc -r -u -o -p$$dir/
+	for round in $$(seq 1 $(ROUNDS)); do \
+	  echo "Round $$round of $(ROUNDS)"; \
+	  if [ $$round = 1 ]; then files="-r -u -o"; else files="-R -U -O"; fi; \
+	  $(BUILD)/bin/perfdc -B -LPERF -l$(RESULTS) -nperfdc $$files -p$$dir/ || exit 1; \
+	done
+	@echo
+	@$(BUILD)/bin/perfdc-report --functions $(RESULTS)/perfdc.csv
 	@echo
 	@echo "Results written to $(RESULTS):"
 	@ls -1 $(RESULTS)
+
+bench-rounds:
+	@case "$(ROUNDS)" in ''|*[!0-9]*|0) echo "ROUNDS=$(ROUNDS): give a whole number of rounds, 1 or more"; exit 2;; esac
 
 test: test-plain test-sanitize test-thread
 

@@ -28,6 +28,31 @@ report::Table tableOf(const std::string& text, const std::string& name) {
     return report::parseTable(in, name);
 }
 
+nlohmann::json recordOf(const std::string& start, const std::vector<std::pair<std::string, bool>>& tests) {
+    nlohmann::json r = {
+        {"start", start},
+        {"command", {"perfdc", "-B"}},
+        {"host", {{"cpu", "Test CPU"}, {"logical_cpus", 2}, {"hypervisor", nullptr}, {"tsc_hz", 2.5e9},
+                  {"governor", "performance"}}},
+        {"build", {{"compiler", "GCC 12"}, {"build_type", "Release"}, {"lum_path", "avx2"}, {"preload", nullptr}}},
+        {"clock", {{"core_per_tick_start", 1.4}, {"core_per_tick_end", 1.6}, {"cycle_counter", "perf_event"}}},
+        {"tests", nlohmann::json::array()}};
+    for (const auto& [function, disturbed] : tests)
+        r["tests"].push_back({{"function", function}, {"seconds", 1.0}, {"other_cpus_busy", disturbed ? 0.6 : 0.0},
+                              {"steal", 0.0}, {"disturbed", disturbed}});
+    return r;
+}
+
+report::Table recordedTableOf(const std::string& text, const std::vector<nlohmann::json>& record,
+                              const std::string& name) {
+    report::Table t = tableOf(text, name);
+    std::string lines;
+    for (const nlohmann::json& r : record) lines += r.dump() + "\n";
+    std::istringstream in(lines);
+    report::attachRecord(t, report::parseRecord(in, "t.runs.jsonl"), "t.runs.jsonl");
+    return t;
+}
+
 TempDir::TempDir() {
     std::string pattern = std::string(::testing::TempDir()) + "perfdc_report_XXXXXX";
     std::vector<char> buf(pattern.begin(), pattern.end());
@@ -63,7 +88,7 @@ void execArgs(const std::vector<std::string>& args) {
     _exit(127);
 }
 
-Captured runProgram(const std::vector<std::string>& args, const std::string& cwd) {
+Captured runProgram(const std::vector<std::string>& args, const std::string& cwd, const std::vector<std::string>& env) {
     TempDir io;
     const std::string outFile = io.path("out"), errFile = io.path("err");
     pid_t pid = fork();
@@ -75,6 +100,7 @@ Captured runProgram(const std::vector<std::string>& args, const std::string& cwd
         dup2(in, 0);
         dup2(out, 1);
         dup2(err, 2);
+        for (const std::string& e : env) putenv(const_cast<char*>(e.c_str()));
         execArgs(args);
     }
     Captured c;

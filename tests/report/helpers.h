@@ -5,6 +5,8 @@
 
 #include "table.h"
 
+#include <nlohmann/json.hpp>
+
 #include <string>
 #include <vector>
 
@@ -15,6 +17,13 @@ std::string runTitle(const std::string& start = "Mon Nov 23 08:35:20 2026");
 std::string row(const std::string& function, const std::string& parm, const std::string& clocks,
                 const std::string& comment = "nLps=5");
 report::Table tableOf(const std::string& text, const std::string& name = "t.csv");
+
+// One line of a run record as perfdc writes it: a quiet host with 1.5 core clocks
+// per TSC tick of 2.5 GHz, and the named tests, flagged disturbed as given.
+nlohmann::json recordOf(const std::string& start, const std::vector<std::pair<std::string, bool>>& tests);
+// A table read as the report reads it, with the record lines attached.
+report::Table recordedTableOf(const std::string& text, const std::vector<nlohmann::json>& record,
+                              const std::string& name = "t.csv");
 
 class TempDir {
 public:
@@ -38,7 +47,8 @@ struct Captured {
 std::string slurp(const std::string& file);
 // In a forked child: runs the program args[0] with args, or exits with 127.
 [[noreturn]] void execArgs(const std::vector<std::string>& args);
-// Runs a program; standard input is empty.
-Captured runProgram(const std::vector<std::string>& args, const std::string& cwd = ".");
+// Runs a program with extra environment entries ("NAME=value"); standard input is empty.
+Captured runProgram(const std::vector<std::string>& args, const std::string& cwd = ".",
+                    const std::vector<std::string>& env = {});
 
 #endif

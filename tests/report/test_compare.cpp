@@ -1,11 +1,12 @@
 // Figures of one table and the comparison of two: grouping of repeated runs,
 // geometric means, matching, ratios, the noise verdict and the exit codes.
-#include "app.h"
 #include "compare.h"
 #include "helpers.h"
+#include "mann_whitney.h"
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <sstream>
 
@@ -64,6 +65,131 @@ TEST(ReportCompare, VerdictNeverCallsOverlappingRangesReal) {
             << c.base.low << ".." << c.base.high << " vs " << c.cur.low << ".." << c.cur.high;
 }
 
+TEST(ReportStatistics, MannWhitneyAgreesWithScipy) {
+    // U and p from scipy 1.10.1: scipy.stats.mannwhitneyu(a, b, alternative='two-sided'),
+    // which takes the exact distribution for small samples without ties and the
+    // normal approximation (tie and continuity corrected) otherwise.
+    struct Case {
+        const char* what;
+        std::vector<double> a, b;
+        double u, p;
+        bool exact;
+    };
+    const Case cases[] = {
+        {"3 v 3 apart", {1, 2, 3}, {4, 5, 6}, 0, 0.1, true},
+        {"3 v 3 interleaved", {1, 2, 3}, {1.5, 2.5, 3.5}, 3, 0.7, true},
+        {"4 v 4 apart", {1, 2, 3, 4}, {5, 6, 7, 8}, 0, 0.02857142857142857, true},
+        {"5 v 5", {1.0, 1.1, 1.2, 1.3, 1.4}, {1.25, 1.35, 1.45, 1.55, 1.65}, 3, 0.05555555555555555, true},
+        {"ties", {1, 2, 2, 3, 3, 3, 4}, {2, 3, 4, 4, 5, 5, 6}, 8.5, 0.043051432728945134, false},
+        {"10 v 10 with ties", {1, 2, 3, 4, 5, 6, 7, 8, 9, 10}, {5, 6, 7, 8, 9, 10, 11, 12, 13, 14}, 18,
+         0.017006577801423665, false},
+        {"12 v 12 with ties", {1, 1, 2, 2, 2, 3, 3, 4, 5, 6, 7, 8}, {2, 3, 3, 4, 4, 5, 6, 7, 8, 9, 9, 10}, 37.5,
+         0.048163878841202976, false},
+        {"all equal", {3, 3, 3}, {3, 3, 3}, 4.5, 1.0, false},
+    };
+    for (const Case& c : cases) {
+        UTest t = mannWhitneyU(c.a, c.b);
+        EXPECT_DOUBLE_EQ(t.u, c.u) << c.what;
+        EXPECT_NEAR(t.p, c.p, 1e-12) << c.what;
+        EXPECT_EQ(t.exact, c.exact) << c.what;
+    }
+    EXPECT_EQ(mannWhitneyU({}, {1, 2}).p, 1);
+}
+
+// A sample of the given per-run figures; `disturbed` more runs were left out.
+Sample sample(std::vector<double> figures, int disturbed = 0, bool onlyDisturbed = false) {
+    Sample s;
+    s.figures = figures;
+    s.core.assign(figures.size(), 0);
+    s.count = static_cast<int>(figures.size());
+    s.best = *std::min_element(figures.begin(), figures.end());
+    s.worst = *std::max_element(figures.begin(), figures.end());
+    s.disturbed = disturbed;
+    s.onlyDisturbed = onlyDisturbed;
+    return s;
+}
+
+TEST(ReportCompare, SetVerdictsFromTheRunsOwnSpread) {
+    struct Case {
+        const char* what;
+        Sample base, cur;
+        Verdict expected;
+    };
+    const Case cases[] = {
+        {"3 v 3 apart by 10%", sample({1.0, 1.01, 1.02}), sample({1.1, 1.11, 1.12}), Verdict::Slower},
+        {"3 v 3 apart, faster", sample({1.1, 1.11, 1.12}), sample({1.0, 1.01, 1.02}), Verdict::Faster},
+        {"3 v 3 overlapping", sample({1.0, 1.05, 1.1}), sample({1.02, 1.08, 1.12}), Verdict::Noise},
+        {"3 v 3 apart but within the new spread", sample({1.0, 1.01, 1.02}), sample({1.03, 1.07, 1.09}),
+         Verdict::Noise},
+        {"3 v 3 apart but within the floor", sample({1.0, 1.0, 1.0}), sample({1.01, 1.01, 1.01}), Verdict::Noise},
+        {"5 v 5 rank test, ranges overlapping", sample({1.0, 1.01, 1.02, 1.03, 1.21}),
+         sample({1.2, 1.22, 1.23, 1.24, 1.25}), Verdict::Slower},
+        {"1 v 1 beyond 10%", sample({1.0}), sample({1.2}), Verdict::Slower},
+        {"1 v 1 within 10%", sample({1.0}), sample({1.05}), Verdict::Unknown},
+        {"3 v 1 within 10%", sample({1.0, 1.0, 1.01}), sample({1.08}), Verdict::Unknown},
+        {"2 v 2 overlapping, 20% apart at best", sample({1.0, 1.5}), sample({0.8, 1.2}), Verdict::Noise},
+        {"2 v 2 apart by 30%", sample({1.0, 1.02}), sample({1.3, 1.32}), Verdict::Slower},
+        {"every new run disturbed", sample({1.0, 1.0, 1.0}), sample({2.0, 2.0, 2.0}, 3, true), Verdict::Disturbed},
+        {"quiet runs remain", sample({1.0, 1.0, 1.01}), sample({1.0, 1.01}, 1), Verdict::Noise},
+    };
+    for (const Case& c : cases) {
+        double p = 0;
+        EXPECT_EQ(judgeSet(c.base, c.cur, 0.02, &p), c.expected) << c.what;
+        EXPECT_EQ(p >= 0, c.base.count >= kMinRuns && c.cur.count >= kMinRuns && !c.cur.onlyDisturbed) << c.what;
+    }
+}
+
+// Three rounds of the checksums; `scale` multiplies the CRC-32 figures, and the
+// figures wobble by up to 4% from round to round.
+std::string rounds(double scale, const std::vector<std::string>& starts) {
+    const double wobble[] = {1.0, 1.04, 1.02};
+    std::string text;
+    for (size_t r = 0; r < starts.size(); ++r) {
+        text += runTitle(starts[r]);
+        for (int len : {16384, 32768, 65536, 131072}) {
+            text += row("lumsCRC32_8u", std::to_string(len), std::to_string(0.05 * scale * wobble[r] * (1 + len / 1e6)));
+            text += row("lumsAdler32_8u", std::to_string(len), std::to_string(0.03 * wobble[(r + 1) % 3]));
+        }
+    }
+    return text;
+}
+
+TEST(ReportCompare, RoundsGiveFunctionVerdictsAndDisturbedRunsNeverFail) {
+    const std::vector<std::string> a{"a1", "a2", "a3"}, b{"b1", "b2", "b3"};
+    const Table base = tableOf(rounds(1, a), "base.csv");
+    // The same figures in another order of rounds: within noise everywhere.
+    Comparison same = compareTables(base, tableOf(rounds(1, {"b3", "b1", "b2"}), "new.csv"), 0.02);
+    for (const FunctionComparison& f : same.functions) {
+        EXPECT_EQ(f.verdict, Verdict::Noise) << f.function;
+        EXPECT_LE(f.interval.low, 1);
+        EXPECT_GE(f.interval.high, 1);
+    }
+    EXPECT_TRUE(slowerThan(same, 0.05).empty());
+
+    // CRC-32 40% slower: slower, with an interval above 1; Adler-32 unchanged.
+    Comparison slower = compareTables(base, tableOf(rounds(1.4, b), "new.csv"), 0.02);
+    EXPECT_EQ(slower.functions[0].verdict, Verdict::Slower);
+    EXPECT_GT(slower.functions[0].interval.low, 1.2);
+    EXPECT_EQ(slower.functions[1].verdict, Verdict::Noise);
+    ASSERT_EQ(slowerThan(slower, 0.05).size(), 1u);
+
+    // The same slowdown, but the record flags every new CRC-32 test as disturbed.
+    std::vector<nlohmann::json> record;
+    for (const std::string& start : b) record.push_back(recordOf(start, {{"lumsCRC32_8u", true}}));
+    Comparison disturbed = compareTables(base, recordedTableOf(rounds(1.4, b), record, "new.csv"), 0.02);
+    EXPECT_EQ(disturbed.functions[0].verdict, Verdict::Disturbed);
+    EXPECT_EQ(disturbed.disturbedSets, 4);
+    EXPECT_TRUE(slowerThan(disturbed, 0.05).empty());
+
+    // One disturbed round of three: judged on the two quiet ones, beyond the 10% floor.
+    record[1]["tests"][0]["disturbed"] = false;
+    record[2]["tests"][0]["disturbed"] = false;
+    Comparison one = compareTables(base, recordedTableOf(rounds(1.4, b), record, "new.csv"), 0.02);
+    EXPECT_EQ(one.sets[0].cur.count, 2);
+    EXPECT_EQ(one.sets[0].cur.disturbed, 1);
+    EXPECT_EQ(one.functions[0].verdict, Verdict::Slower);
+}
+
 // Base: two functions; new: one of them faster, one set only in each table.
 const std::string kBase = runTitle() + row("lumsCRC32_8u", "16384", "0.4") + row("lumsCRC32_8u", "32768", "0.2") +
                           row("lumsAdler32_8u", "16384", "0.1") + row("lumsAdler32_8u", "65536", "0.3");
@@ -80,7 +206,7 @@ TEST(ReportCompare, MatchesSetsAndTakesGeometricMeansOfRatios) {
     EXPECT_NEAR(c.functions[0].ratio, std::sqrt(0.5 * 0.25), 1e-12);
     EXPECT_EQ(c.functions[0].verdict, Verdict::Faster);
     EXPECT_EQ(c.functions[1].sets, 1);
-    EXPECT_EQ(c.functions[1].verdict, Verdict::Noise);
+    EXPECT_EQ(c.functions[1].verdict, Verdict::Unknown);  // one run a side, no change: the spread is unknown
     EXPECT_NEAR(c.overall, std::sqrt(std::sqrt(0.125) * 1.0), 1e-12);
     ASSERT_EQ(c.onlyBase.size(), 1u);
     EXPECT_EQ(c.onlyBase[0].label, "65536");
@@ -100,40 +226,6 @@ TEST(ReportCompare, RepeatedRunsThatOverlapAreWithinNoise) {
     EXPECT_DOUBLE_EQ(c.sets[0].ratio, 0.8);
     EXPECT_EQ(c.sets[0].verdict, Verdict::Noise);
     EXPECT_EQ(c.functions[0].verdict, Verdict::Noise);
-}
-
-TEST(ReportApp, ExitCodes) {
-    TempDir dir;
-    const std::string base = dir.write("base.csv", kBase), cur = dir.write("new.csv", kNew);
-    const std::string bad = dir.write("bad.csv", "not,a,table\n");
-    const std::string other = dir.write("other.csv", runTitle() + row("lumsInflate_8u", "book1", "3"));
-    // CRC32 is 2.8 times faster in new.csv: new -> base is 183% slower.
-    struct Case {
-        const char* what;
-        Options options;
-        int code;
-        const char* err;
-    };
-    const Case cases[] = {
-        {"summary", {{base}, false, false, "", -1, 2}, kOk, ""},
-        {"faster passes", {{base, cur}, true, false, "", 5, 2}, kOk, ""},
-        {"slower by more", {{cur, base}, true, false, "", 100, 2}, kSlower, "lumsCRC32_8u is slower by 182.8%"},
-        {"slower by less", {{cur, base}, true, false, "", 200, 2}, kOk, ""},
-        {"bad table", {{base, bad}, true, false, "", -1, 2}, kBadInput, "bad.csv:1: not a perfdc performance table"},
-        {"missing table", {{dir.path("gone.csv")}, false, false, "", -1, 2}, kBadInput, "cannot open"},
-        {"folder", {{dir.path(".")}, false, false, "", -1, 2}, kBadInput, "is a folder"},
-        {"nothing in common", {{base, other}, true, false, "", -1, 2}, kBadInput,
-         "other.csv have no function and parameter set in common"},
-        {"compare with one", {{base}, true, false, "", -1, 2}, kUsage, "--compare takes two tables"},
-        {"two without compare", {{base, cur}, false, false, "", -1, 2}, kUsage, "give one table"},
-        {"fail-above alone", {{base}, false, false, "", 5, 2}, kUsage, "--fail-above needs --compare"},
-        {"page not writable", {{base}, false, false, dir.path("no/such/page.html"), -1, 2}, kBadInput, "cannot write"},
-    };
-    for (const Case& c : cases) {
-        std::ostringstream out, err;
-        EXPECT_EQ(runReport(c.options, out, err), c.code) << c.what << ": " << err.str();
-        EXPECT_NE(err.str().find(c.err), std::string::npos) << c.what << ": " << err.str();
-    }
 }
 
 }  // namespace

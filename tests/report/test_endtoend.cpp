@@ -1,11 +1,14 @@
 // End to end: two short perfdc runs of the checksum module compared by
-// perfdc-report, the page opened in headless Chromium; and perfdc's progress
-// line, present on a terminal and absent when standard error is redirected.
+// perfdc-report, the page opened in headless Chromium; the example library run
+// in place of lum's CRC-32; and perfdc's progress line, present on a terminal and
+// absent when standard error is redirected.
 #include "helpers.h"
 
+#include <fmt/format.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <regex>
 #include <cstdio>
 #include <fcntl.h>
 #include <pty.h>
@@ -51,6 +54,54 @@ TEST(ReportEndToEnd, TwoRunsComparedAndThePageRendered) {
     for (size_t at = shot.err.find(":ERROR:"); at != std::string::npos; at = shot.err.find(":ERROR:", at + 1))
         EXPECT_EQ(shot.err.compare(at + 7, 4, "dbus"), 0) << shot.err.substr(at, 200);
     EXPECT_EQ(dir.read("page.png").compare(0, 8, "\x89PNG\r\n\x1a\n"), 0);
+}
+
+// The example of examples/crc32-zlib: lum's lumsCRC32_8u and the preloaded one on
+// zlib's crc32, three short rounds each, compared. zlib's table-driven CRC takes
+// several times the clocks of lum's optimised carry-less multiply paths, so every
+// set that is judged must come out slower and fail the gate.
+TEST(ReportEndToEnd, OwnImplementationPreloadedBesideLums) {
+    TempDir dir;
+    auto rounds = [&dir](const std::string& name, const std::vector<std::string>& env) {
+        for (int round = 0; round < 3; ++round) {
+            Captured run = runProgram({PERFDC_BIN, "-B", "-f=lumsCRC32_8u", "-dMethod=Manual", "-dNumLoops=20",
+                                       "-l" + dir.path(""), "-n" + name, round ? "-R" : "-r"},
+                                      ".", env);
+            ASSERT_EQ(run.exitCode, 0) << run.err;
+        }
+    };
+    rounds("lum", {});
+    // The sanitizer runtime would refuse a library loaded ahead of it.
+    rounds("zlib", {"LD_PRELOAD=" CRC32_ZLIB_LIB, "ASAN_OPTIONS=verify_asan_link_order=0"});
+
+    Captured rep = runProgram({PERFDC_REPORT_BIN, "--compare", dir.path("lum.csv"), dir.path("zlib.csv"),
+                               "--fail-above", "5", "--markdown"});
+    for (const char* length : {"16384", "32768", "65536", "131072", "262144"})
+        EXPECT_NE(rep.out.find(fmt::format("| lumsCRC32_8u | {} | ", length)), std::string::npos) << rep.out;
+    EXPECT_TRUE(rep.exitCode == 0 || rep.exitCode == 3) << rep.err;
+#ifdef NDEBUG
+    // With lum optimised (a debug build of lum is slower than zlib): where the run
+    // record flags a test as disturbed (a busy machine) its sets are marked
+    // instead of judged; every other set must be slower, each by far.
+    const std::regex set(R"(\| lumsCRC32_8u \| (\d+) \| .*\| (\*\*|_)([0-9.]+)(\*\*|_) \| (\*\*slower\*\*|_disturbed_) \|)");
+    int sets = 0;
+    for (std::sregex_iterator m(rep.out.begin(), rep.out.end(), set), end; m != end; ++m, ++sets)
+        EXPECT_GT(std::stod((*m)[3]), 2) << (*m)[0];
+    EXPECT_EQ(sets, 5) << rep.out;
+    const size_t function = rep.out.find("| Checksum | lumsCRC32_8u |");
+    ASSERT_NE(function, std::string::npos) << rep.out;
+    const std::string functionRow = rep.out.substr(function, rep.out.find('\n', function) - function);
+    const bool slower = functionRow.find("| **slower** |") != std::string::npos;
+    EXPECT_TRUE(slower || functionRow.find("| _disturbed_ |") != std::string::npos) << functionRow;
+    EXPECT_EQ(rep.exitCode, slower ? 3 : 0) << rep.out << rep.err;
+    if (slower) {
+        EXPECT_NE(rep.err.find("lumsCRC32_8u is slower by"), std::string::npos) << rep.err;
+    }
+#endif
+    // Once perfdc keeps its run record, the header names the preloaded library.
+    if (readable(dir.path("zlib.runs.jsonl"))) {
+        EXPECT_NE(rep.out.find("| Preload | - | " CRC32_ZLIB_LIB " |"), std::string::npos) << rep.out;
+    }
 }
 
 // Runs perfdc with standard error on a new pseudo-terminal and standard output in

@@ -12,7 +12,7 @@
 
 namespace report {
 
-enum class Tone { None, Faster, Slower, Noise };
+enum class Tone { None, Faster, Slower, Noise, Disturbed };
 
 struct Cell {
     std::string text;
@@ -41,7 +41,8 @@ struct Chart {
 
 struct Document {
     std::string title;
-    std::vector<std::string> sources;  // the table files, one column of facts each
+    std::vector<std::string> sources;       // the table files, one column of facts each
+    std::vector<std::string> sourceLabels;  // their short names ("base", "new"), when several
     std::vector<std::pair<std::string, std::vector<std::string>>> facts;
     std::vector<std::string> headline;  // the conclusion in a few lines
     std::vector<Section> sections;
@@ -49,7 +50,7 @@ struct Document {
     std::vector<std::string> notes;
 };
 
-// Clocks per unit with about three significant digits.
+// Clocks per unit with about three significant digits; "-" for no figure (0 or NaN).
 std::string formatClocks(double v);
 std::string formatRatio(double r);
 // A ratio as a change in time: 0.8 -> "-20.0%".
@@ -59,7 +60,8 @@ Tone toneOf(Verdict v);
 // The facts as rows of text: label, then one value per source.
 std::vector<std::vector<std::string>> factRows(const Document& d);
 
-Document summaryDocument(const Table& table);
+// `functionsOnly`: the per-function figures without the module and set sections.
+Document summaryDocument(const Table& table, bool functionsOnly = false);
 Document compareDocument(const Table& base, const Table& cur, const Comparison& c);
 
 }  // namespace report

@@ -16,6 +16,7 @@ td.num { text-align: right; font-variant-numeric: tabular-nums; }
 td.faster { background: #d4f4d2; color: #14571b; }
 td.slower { background: #fadadb; color: #8a1116; }
 td.noise { color: #666; }
+td.disturbed { background: #fff1c2; color: #6b4e00; font-style: italic; }
 p.headline { font-weight: 600; margin: 4px 0; }
 ul.notes { font-size: 12px; color: #555; }
 svg { display: block; margin: 6px 0 18px; }
@@ -32,6 +33,7 @@ const char* toneClass(Tone t) {
     case Tone::Faster: return " faster";
     case Tone::Slower: return " slower";
     case Tone::Noise: return " noise";
+    case Tone::Disturbed: return " disturbed";
     default: return "";
     }
 }
@@ -43,7 +45,8 @@ void writeHtml(std::ostream& out, const Document& d) {
         << "</title>\n<style>" << kStyle << "</style>\n</head>\n<body>\n<h1>" << escapeXml(d.title) << "</h1>\n";
     out << "<table class=\"facts\">\n<tr><th></th>";
     for (size_t i = 0; i < d.sources.size(); ++i)
-        out << "<th>" << (d.sources.size() > 1 ? (i ? "new: " : "base: ") : "") << escapeXml(d.sources[i]) << "</th>";
+        out << "<th>" << escapeXml(i < d.sourceLabels.size() ? d.sourceLabels[i] + ": " + d.sources[i] : d.sources[i])
+            << "</th>";
     out << "</tr>\n";
     for (const auto& [label, values] : d.facts) {
         out << "<tr><th>" << escapeXml(label) << "</th>";

@@ -14,6 +14,16 @@ std::string escape(const std::string& text) {
     return out;
 }
 
+// Real changes in bold, figures from disturbed runs in italics.
+std::string marked(const Cell& c) {
+    switch (c.tone) {
+    case Tone::Slower:
+    case Tone::Faster: return "**" + c.text + "**";
+    case Tone::Disturbed: return "_" + c.text + "_";
+    default: return c.text;
+    }
+}
+
 void writeTable(std::ostream& out, const std::vector<std::string>& head,
                 const std::vector<std::vector<std::string>>& rows, size_t textColumns) {
     out << "|";
@@ -34,7 +44,7 @@ void writeMarkdown(std::ostream& out, const Document& d) {
     out << "## " << escape(d.title) << "\n\n";
     std::vector<std::string> head{""};
     for (size_t i = 0; i < d.sources.size(); ++i)
-        head.push_back(d.sources.size() > 1 ? (i ? "new: " : "base: ") + d.sources[i] : d.sources[i]);
+        head.push_back(i < d.sourceLabels.size() ? d.sourceLabels[i] + ": " + d.sources[i] : d.sources[i]);
     std::vector<std::vector<std::string>> facts = factRows(d);
     writeTable(out, head, facts, head.size());
     out << "\n";
@@ -44,7 +54,7 @@ void writeMarkdown(std::ostream& out, const Document& d) {
         std::vector<std::vector<std::string>> rows;
         for (const auto& r : s.rows) {
             std::vector<std::string> cells;
-            for (const Cell& c : r) cells.push_back(c.tone == Tone::Slower || c.tone == Tone::Faster ? "**" + c.text + "**" : c.text);
+            for (const Cell& c : r) cells.push_back(marked(c));
             rows.push_back(cells);
         }
         writeTable(out, s.head, rows, s.textColumns);

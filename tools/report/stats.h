@@ -19,14 +19,26 @@ struct RowKey {
     bool operator==(const RowKey& o) const { return function == o.function && parms == o.parms; }
 };
 
-// All figures of one parameter set: best (lowest) and worst clocks per unit.
+// The figures of one parameter set in a table: one per run (the run's lowest, if
+// the set appears twice in it). Figures of runs whose test the run record flags as
+// disturbed are left out while quiet ones remain; when every run was disturbed
+// they are all kept and the sample is marked so.
 struct Sample {
-    double best = 0;
+    std::vector<double> figures;  // clocks per unit, in run order
+    std::vector<double> core;     // the same in core clocks, 0 where the run's ratio is unknown
+    int disturbed = 0;            // runs flagged as disturbed
+    bool onlyDisturbed = false;   // every run was disturbed; `figures` holds them all
+    double best = 0;              // lowest and highest of `figures`
     double worst = 0;
-    int count = 0;
-    void add(double clocks);
-    // Spread of the repeats relative to the best value (0 for a single figure).
+    int count = 0;                // size of `figures`
+
+    // Spread of the figures relative to the best one (0 for a single figure).
     double spread() const { return count ? worst / best - 1 : 0; }
+    // The typical distance of a figure from the best: median / best - 1. Unlike
+    // the spread, one outlying run does not widen it.
+    double typicalSpread() const;
+    // Lowest figure in core clocks; 0 unless every figure has its core ratio.
+    double bestCore() const;
 };
 
 struct Measured {
@@ -40,6 +52,8 @@ std::string moduleOf(const std::string& function);
 
 // Geometric mean of positive figures; NaN for an empty list.
 double geomean(const std::vector<double>& values);
+// Geometric mean of the figures if all are positive, else 0 (unknown).
+double geomeanIfKnown(const std::vector<double>& values);
 
 // The parameter set of a key as shown to the reader; cells written as "-" are left out.
 std::string parmLabel(const Table& table, const RowKey& key);
@@ -51,7 +65,10 @@ struct FunctionFigure {
     std::string function;
     std::string module;
     int sets = 0;
-    double value = 0;  // geometric mean over the function's parameter sets
+    double value = 0;   // geometric mean over the function's parameter sets
+    double core = 0;    // the same in core clocks, 0 when not known for every set
+    double spread = 0;  // median of the sets' spreads
+    int disturbed = 0;  // sets with a figure from a disturbed run
 };
 
 struct ModuleFigure {
@@ -66,7 +83,11 @@ struct Summary {
     std::vector<ModuleFigure> modules;
     std::string unit;  // unit word of the Clocks column ("e": per byte)
     int runs = 0;
+    int recorded = 0;  // runs matched with their line in the run record
 };
+
+// Median of a list of figures; NaN for an empty list.
+double median(std::vector<double> values);
 
 Summary summarize(const Table& table);
 

@@ -98,7 +98,7 @@ std::string barChartSvg(const Chart& chart) {
         double tx = kLabelWidth + scale.px(t);
         svg += fmt::format("<line x1=\"{0:.1f}\" y1=\"{1}\" x2=\"{0:.1f}\" y2=\"{2}\" class=\"grid\"/>"
                            "<text x=\"{0:.1f}\" y=\"{3}\" class=\"tick\">{4}</text>\n",
-                           tx, kTop - 4, kTop + plotHeight, kTop + plotHeight + 14, formatClocks(t));
+                           tx, kTop - 4, kTop + plotHeight, kTop + plotHeight + 14, t > 0 ? formatClocks(t) : "0");
     }
     svg += fmt::format("<text x=\"{}\" y=\"{}\" class=\"axis\">{}{}</text>\n", kLabelWidth + kPlotWidth / 2,
                        kTop + plotHeight + 30, escapeXml(chart.unit), scale.log ? " (logarithmic scale)" : "");

@@ -46,7 +46,9 @@ private:
     void header(const std::vector<std::string>& cells);
     void result(const std::vector<std::string>& cells, bool ended);
     void newRun() {
-        m_table.runs.push_back(RunInfo{{}, m_number});
+        RunInfo run;
+        run.line = m_number;
+        m_table.runs.push_back(std::move(run));
         m_haveHeader = false;
     }
 
@@ -129,8 +131,16 @@ void Parser::result(const std::vector<std::string>& cells, bool ended) {
     char* end = nullptr;
     errno = 0;
     row.clocks = std::strtod(clocks.c_str(), &end);
-    if (end == clocks.c_str() || *end || errno || !std::isfinite(row.clocks) || row.clocks <= 0)
+    if (end == clocks.c_str() || *end || row.clocks < 0)
         fail(fmt::format("Clocks cell '{}' is not a positive number", clocks));
+    // perfdc writes "nan" or "inf" for a measurement that gave no figure; a zero or
+    // a value beyond the double range is no figure either. Such a row is left out
+    // (and said so) rather than turned into an endless or empty ratio.
+    if (errno == ERANGE || !std::isfinite(row.clocks) || row.clocks == 0) {
+        m_table.notes.push_back(fmt::format("{}: {} has the Clocks cell '{}', which is no usable figure: left out",
+                                            context, cells[0], clocks));
+        return;
+    }
     m_table.rows.push_back(std::move(row));
 }
 

@@ -6,7 +6,10 @@
 #ifndef PERFDC_REPORT_TABLE_H
 #define PERFDC_REPORT_TABLE_H
 
+#include "record.h"
+
 #include <istream>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <utility>
@@ -29,12 +32,15 @@ struct Row {
     std::string unit;
     int run = 0;                     // index of the run in the table
     int line = 0;                    // line number in the file, from 1
+    bool disturbed = false;          // the run record flags the row's test as disturbed
+    double corePerTick = 0;          // core clocks per TSC tick of the row's run, 0 when unknown
 };
 
 // The title lines of one run, in file order (a label may repeat).
 struct RunInfo {
     std::vector<std::pair<std::string, std::string>> facts;
     int line = 0;  // first line of the run
+    std::optional<RunRecord> record;  // the run's line in the run record, when matched
 };
 
 struct Table {

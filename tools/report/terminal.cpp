@@ -41,8 +41,11 @@ void writeText(std::ostream& out, const Document& d) {
     out << d.title << "\n\n";
     std::vector<std::vector<std::string>> facts = factRows(d);
     if (d.sources.size() > 1) {
-        facts.insert(facts.begin(), {"File", d.sources[0], d.sources[1]});
-        writeColumns(out, {"", "base", "new"}, facts, 3);
+        std::vector<std::string> files{"File"}, head{""};
+        files.insert(files.end(), d.sources.begin(), d.sources.end());
+        head.insert(head.end(), d.sourceLabels.begin(), d.sourceLabels.end());
+        facts.insert(facts.begin(), files);
+        writeColumns(out, head, facts, head.size());
     } else {
         for (const auto& row : facts) out << fmt::format("{:<9} {}\n", row[0], row.size() > 1 ? row[1] : "");
     }
