@@ -238,8 +238,10 @@ typedef struct {
  * from 256 to 32768, indexed by position modulo winSize); entries that are negative, not
  * older than the position or more than winSize back mean empty, so heads are emptied with
  * -winSize and prev entries may hold anything. Chains are keyed by 4-byte strings; the lazy
- * levels also find 3-byte matches up to 4096 back. Levels 1..3 are greedy with zlib's chain
- * limits, 4..9 lazy (good/lazy/nice/chain as zlib's table). Output: one symbol per entry of
+ * levels also find 3-byte matches up to 4096 back. Level 1 is greedy with two candidates
+ * per position (the head and one link), a growing step over stretches without matches and
+ * few positions inside matches entered; 2..3 greedy with zlib's chain limits, 4..9 lazy
+ * (good/lazy/nice/chain as zlib's table). Output: one symbol per entry of
  * pLitDst/pDistDst (distance 0: literal byte; else length - 3 and distance), *pDstLen room in,
  * reduced by the symbols written; the frequency tables are added to. NoFlush leaves up to
  * 262 bytes for the next call; Sync, Full and Finish consume everything, Full then empties

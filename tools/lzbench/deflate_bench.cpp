@@ -136,9 +136,21 @@ void benchDeflate(const std::vector<Input>& inputs, int reps) {
     for (int level : levels) {
         const auto [ourCol, ldCol] = ratioCheck[level];
         const double r = geomean(time[ourCol].values) / geomean(time[ldCol].values);
-        std::printf("  LZ77+Huff / libdeflate, level %d  %6.2f  (target <= 1.00) %s\n", level, r,
-                    r <= 1.0 ? "met" : "NOT met");
+        const double target = level == 9 ? 0.85 : 0.90;
+        std::printf("  LZ77+Huff / libdeflate, level %d  %6.2f  (target <= %.2f) %s\n", level, r, target,
+                    r <= target ? "met" : "NOT met");
     }
+    // The level-1 loop trades ratio for speed only down to the output of the chain-walking
+    // greedy matcher it replaced: 529910 bytes over the 14 corpus files cut to 102400.
+    constexpr double kLevel1Bound = 529910;
+    double level1Total = 0;
+    for (double v : size[ratioCheck[1].first].values) level1Total += v;
+    if (inputs.size() == 14)
+        std::printf("  level-1 output, all files      %8.0f  (bound <= %.0f) %s\n", level1Total, kLevel1Bound,
+                    level1Total <= kLevel1Bound ? "met" : "NOT met");
+    else
+        std::printf("  level-1 output, all files      %8.0f  (the bound of %.0f holds for the 14 corpus files)\n",
+                    level1Total, kLevel1Bound);
 }
 
 }  // namespace lzbench

@@ -1,11 +1,12 @@
 // The deflate LZ77 stage: hash chains over the caller's head and prev tables, greedy
 // matching with short chains at the low levels and lazy matching with longer chains at
-// the high ones (the level table follows zlib's good/lazy/nice/chain figures).
+// the high ones (the level table follows zlib's good/lazy/nice/chain figures). Level 1
+// runs its own loop (lz77_level1.cpp) and this one only for the last bytes.
 #include <algorithm>
 #include <cstdint>
 #include <iterator>
 
-#include "deflate/deflate_tables.h"
+#include "deflate/lz77.h"
 
 namespace lum::deflate {
 namespace {
@@ -28,8 +29,6 @@ constexpr Level kLevels[10] = {
 
 // A match of three bytes further back than this costs more bits than its literals.
 constexpr int kTooFar = 4096;
-// Bytes NoFlush keeps for the next call, so matches may still run into the data to come.
-constexpr int kLookahead = kMaxMatch + kMinMatch + 1;
 
 struct Match {
     int len;
@@ -45,16 +44,6 @@ struct Candidates {
 // The lazy levels track 3-byte strings in a table of the call's own (the caller's tables
 // hold the 4-byte chains), for the near 3-byte matches that pay in bits.
 constexpr int kHash3Bits = 14;
-
-inline int matchLength(const Lum8u* a, const Lum8u* b, int limit) {
-    int len = 0;
-    for (; len + 8 <= limit; len += 8) {
-        const Lum64u x = load64le(a + len) ^ load64le(b + len);
-        if (x != 0) return len + (__builtin_ctzll(x) >> 3);
-    }
-    while (len < limit && a[len] == b[len]) ++len;
-    return len;
-}
 
 class Matcher {
 public:
@@ -98,14 +87,15 @@ public:
         const int limit = std::min(kMaxMatch, end_ - pos);
         if (best >= limit) return {best, 0};
         Match m = longestInChain(pos, c.chain, best, limit);
-        if (m.dist == 0 && best < kMinMatch && c.three >= 0 && c.three < pos && pos - c.three <= kTooFar &&
+        if (m.dist == 0 && best < kMinMatch && c.three >= 0 && c.three < pos &&
+            pos - c.three <= std::min(kTooFar, maxDist_) &&
             win_[c.three] == win_[pos] && win_[c.three + 1] == win_[pos + 1] && win_[c.three + 2] == win_[pos + 2])
             m = {kMinMatch, pos - c.three};
         return m;
     }
 
 private:
-    std::size_t slot(Lum32u key) const { return ((key * 0x9E3779B1u) * hashSize_) >> 32; }
+    std::size_t slot(Lum32u key) const { return hashSlot(key, hashSize_); }
 
     Match longestInChain(int pos, Lum32s cand, int best, int limit) const {
         if (!usable(cand, pos, pos)) return {best, 0};
@@ -147,34 +137,6 @@ private:
     Lum32s head3_[1 << kHash3Bits];
     int end_;
     const Level& level_;
-};
-
-// Symbol output with the frequency counts.
-class SymbolSink {
-public:
-    SymbolSink(Lum8u* lit, Lum16u* dist, int room, Lum32u* litFreq, Lum32u* distFreq)
-        : lit_(lit), dist_(dist), room_(room), litFreq_(litFreq), distFreq_(distFreq) {}
-    bool full() const { return n_ == room_; }
-    void literal(Lum8u byte) {
-        lit_[n_] = byte;
-        dist_[n_++] = 0;
-        ++litFreq_[byte];
-    }
-    void match(int len, int dist) {
-        lit_[n_] = static_cast<Lum8u>(len - kMinMatch);
-        dist_[n_++] = static_cast<Lum16u>(dist);
-        ++litFreq_[257 + lengthCode(len)];
-        ++distFreq_[distCode(dist)];
-    }
-    int written() const { return n_; }
-
-private:
-    Lum8u* lit_;
-    Lum16u* dist_;
-    int room_;
-    int n_ = 0;
-    Lum32u* litFreq_;
-    Lum32u* distFreq_;
 };
 
 // Greedy matching over [pos, stop); returns the position reached.
@@ -266,9 +228,11 @@ extern "C" LumStatus lumsDeflateLZ77_8u(const Lum8u** ppSrc, int* pSrcLen, int* 
     const int stop = flush == lumLZ77NoFlush ? std::max(start, end - kLookahead) : end;
     Matcher matcher(pWindow, winSize, pHashHead, pHashPrev, hashSize, end, level);
     SymbolSink out(pLitDst, pDistDst, *pDstLen, pLitFreqTable, pDistFreqTable);
-    const int pos = level.lazyMatching
-                        ? runLazy(matcher, out, pWindow, start, stop, end, level, flush != lumLZ77NoFlush)
-                        : runGreedy(matcher, out, pWindow, start, stop, end, level);
+    int pos = start;
+    if (comprLevel == 1)
+        pos = runLevel1({pWindow, winSize, pHashHead, pHashPrev, static_cast<Lum64u>(hashSize)}, out, pos, stop, end);
+    pos = level.lazyMatching ? runLazy(matcher, out, pWindow, pos, stop, end, level, flush != lumLZ77NoFlush)
+                             : runGreedy(matcher, out, pWindow, pos, stop, end, level);
 
     *ppSrc = pWindow + pos;
     *pSrcIdx = pos;

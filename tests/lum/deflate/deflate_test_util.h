@@ -70,9 +70,10 @@ inline const FixedCodes& fixedCodes() {
 // the others with `middle`), then our Huffman stage with the fixed codes behind a final
 // fixed-block header, closed with the end-of-block code: a raw deflate stream. The prev
 // table starts with garbage links, which the stage must recognise and ignore.
-inline Bytes compressFixed(const Bytes& data, int level, int piece = 0, LumLZ77Flush middle = lumLZ77NoFlush) {
+inline Bytes compressFixed(const Bytes& data, int level, int piece = 0, LumLZ77Flush middle = lumLZ77NoFlush,
+                           int winSize = 32768, int hashSize = 32768) {
     const FixedCodes& codes = fixedCodes();
-    std::vector<Lum32s> head(32768, -32768), prev(32768);
+    std::vector<Lum32s> head(hashSize, -winSize), prev(winSize);
     std::mt19937 gen(level);
     for (auto& p : prev) p = static_cast<Lum32s>(gen() % 300000) - 100000;
     Lum32u litFreq[286] = {}, distFreq[30] = {};
@@ -88,14 +89,16 @@ inline Bytes compressFixed(const Bytes& data, int level, int piece = 0, LumLZ77F
         fed = piece > 0 ? std::min(size, fed + piece) : size;
         final = fed == size;
         int srcLen = fed - srcIdx, room = size - symbols;
-        const LumStatus st = lumsDeflateLZ77_8u(&src, &srcLen, &srcIdx, window, 32768, head.data(), prev.data(),
-                                                32768, litFreq, distFreq, lit.data() + symbols, dist.data() + symbols,
+        const LumStatus st = lumsDeflateLZ77_8u(&src, &srcLen, &srcIdx, window, winSize, head.data(), prev.data(),
+                                                hashSize, litFreq, distFreq, lit.data() + symbols, dist.data() + symbols,
                                                 &room, level, final ? lumLZ77FinishFlush : middle);
         EXPECT_EQ(st, lumStsNoErr);
         if (st != lumStsNoErr) break;
         symbols = size - room;
     } while (!final);
     EXPECT_EQ(srcIdx, size);
+    // The inflater reaches back over all the output it has; the window is checked here.
+    EXPECT_LE(*std::max_element(dist.begin(), dist.end()), winSize) << "level " << level;
     Bytes out(data.size() * 2 + 16);
     Lum32u code = 3;  // BFINAL = 1, BTYPE = 01
     int bits = 3, idx = 0;

@@ -16,6 +16,8 @@ struct FlushCase {
     const char* name;
     int piece;  // 0: the whole input in one call
     LumLZ77Flush middle;
+    int winSize = 32768;
+    int hashSize = 32768;
 };
 
 constexpr FlushCase kFlushCases[] = {
@@ -23,6 +25,8 @@ constexpr FlushCase kFlushCases[] = {
     {"NoFlushPieces", 10000, lumLZ77NoFlush},
     {"SyncFlushPieces", 7001, lumLZ77SyncFlush},
     {"FullFlushPieces", 12345, lumLZ77FullFlush},
+    // The smallest window, and a head table whose size is not a power of two.
+    {"SmallWindowOddHash", 999, lumLZ77NoFlush, 256, 1000},
 };
 
 class FixedStream : public testing::TestWithParam<FlushCase> {};
@@ -33,7 +37,7 @@ TEST_P(FixedStream, ZlibInflatesEveryFileAtEveryLevel) {
     for (const char* file : kCorpusFiles) {
         const Bytes data = readCorpus(file);
         for (int level = 1; level <= 9; ++level) {
-            const Bytes stream = compressFixed(data, level, c.piece, c.middle);
+            const Bytes stream = compressFixed(data, level, c.piece, c.middle, c.winSize, c.hashSize);
             bool ok = false;
             const Bytes back = zlibInflateRaw(stream, data.size(), &ok);
             ASSERT_TRUE(ok && back == data) << file << " level " << level;
