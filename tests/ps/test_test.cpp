@@ -1,6 +1,7 @@
-// The test lifecycle: parameter combinations in odometer order, the data and
-// failure paths of a run, crashes and floating-point traps inside measured code,
-// and the Set&Use restore of a library-function test's vectors.
+// The test lifecycle: the data and failure paths of a run, crashes and floating-point
+// traps inside measured code, and the Set&Use restore of a library-function test's
+// vectors. (The odometer order of the parameter combinations shows in the black-box
+// compression tables.)
 #include "test.h"
 
 #include "conditions.h"
@@ -113,16 +114,6 @@ protected:
 };
 
 }  // namespace
-
-TEST_F(LifecycleTest, CombinationsRunInOdometerOrder) {
-    Texts letters("letter", {"a", "b"}), digits("digit", {"1", "2"});
-    ScriptedTest t;
-    t.parms = {&letters, &digits};
-    EXPECT_EQ(OK, t.run());
-    EXPECT_EQ((std::vector<std::string>{"a1", "a2", "b1", "b2"}), t.combos);
-    EXPECT_EQ(4, t.flushes);
-    EXPECT_EQ(OK, t.getResult());
-}
 
 TEST_F(LifecycleTest, OutcomesOfARun) {
     // timing: what the timing returns per combination (empty: measure); combos: combinations prepared (and flushed)
