@@ -96,6 +96,7 @@ TEST_F(ChecksumRun, BadLengthTextIsReported) {
     EXPECT_EQ(0, r.exitCode);
     EXPECT_NE(std::string::npos, r.output.find("--LUM. Exception: Invalid value of CodeLength = abc")) << r.output;
     EXPECT_TRUE(resultLines(box.read("perfdc.csv")).empty());
+    EXPECT_EQ(1, r.count("| Result   : EXCPTFAIL ")) << r.output;
 }
 
 TEST_F(ChecksumRun, DuplicateLinesAreNamedByTheirPlaceInTheTable) {

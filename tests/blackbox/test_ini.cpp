@@ -83,9 +83,11 @@ TEST(IniKeys, PressingMeasuresOnlyFunctionsWithASection) {
 TEST(IniKeys, DialogueAnsweredOnStandardInput) {
     struct Case { std::vector<std::string> args; std::string answers; std::vector<std::string> shown, notShown; };
     const Case cases[] = {
-        // A refused answer is asked again; Manual timing has no accuracy to ask.
+        // A refused answer is asked again; Manual timing has no accuracy to ask. Titles
+        // are framed in 78 columns.
         {{"-f=none", "-ATiming"}, "Manual\n0\n100\n",
-         {"Specify timing method, please", "\n Method {Auto|Manual|Statistic|Iterative} [Auto] = ", "\n NumLoops [10] = ",
+         {"Specify timing method, please", "\n" + std::string(23, '*') + " Specify timing method, please " + std::string(24, '*') + "\n",
+          "\n Method {Auto|Manual|Statistic|Iterative} [Auto] = ", "\n NumLoops [10] = ",
           "Invalid value of NumLoops = 0", " NumLoops = 100\n", "End of common specifications", " MutualVectorShift = 512\n"},
          {"Accuracy", "Specify vectors alignment"}},
         {{"-f=none", "-AMisalign"}, "element\n3\nno\n128\n",

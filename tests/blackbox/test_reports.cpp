@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <regex>
 #include <string>
 #include <vector>
 
@@ -34,6 +35,20 @@ size_t expectRunTitle(const std::vector<std::string>& lines) {
     return i;
 }
 
+// Every line of the performance table after its title has exactly the title's cells,
+// "-" for empty ones.
+void expectTable(const std::string& table, const std::string& title, size_t width) {
+    const std::vector<std::string> lines = splitLines(table);
+    const size_t at = expectRunTitle(lines);
+    ASSERT_LT(at, lines.size());
+    EXPECT_EQ(lines[at], title);
+    for (size_t i = at + 1; i < lines.size(); ++i) {
+        const std::vector<std::string> row = cells(lines[i]);
+        EXPECT_EQ(row.size(), width) << lines[i];
+        for (const std::string& cell : row) EXPECT_FALSE(cell.empty()) << lines[i];
+    }
+}
+
 class ReportFiles : public ::testing::Test {
 protected:
     Sandbox box;
@@ -41,34 +56,14 @@ protected:
 
 }  // namespace
 
-TEST_F(ReportFiles, PerformanceTableTitleAndLineWidths) {
-    struct Case { std::vector<std::string> extra; std::string title; size_t width; } cases[] = {
-        {{}, kTitle, 14},
-        {{"-H"}, std::string(kTitle) + ",Interest", 15},
-    };
-    for (const Case& c : cases) {
-        std::vector<std::string> args = {"-B", "-r", kCpuOnly};
-        args.insert(args.end(), c.extra.begin(), c.extra.end());
-        const RunResult r = box.run(args);
-        ASSERT_EQ(r.exitCode, 0) << r.output;
-        ASSERT_TRUE(box.exists("perfdc.csv")) << r.output;
-        const std::vector<std::string> lines = splitLines(box.read("perfdc.csv"));
-        const size_t at = expectRunTitle(lines);
-        ASSERT_LT(at, lines.size());
-        EXPECT_EQ(lines[at], c.title);
-        // Every line after the title has exactly the title's cells, "-" for empty ones.
-        for (size_t i = at + 1; i < lines.size(); ++i) {
-            const std::vector<std::string> row = cells(lines[i]);
-            EXPECT_EQ(row.size(), c.width) << lines[i];
-            for (const std::string& cell : row) EXPECT_FALSE(cell.empty()) << lines[i];
-        }
-    }
-}
-
-TEST_F(ReportFiles, SummaryFileHeaderLinesAndEndBlock) {
-    const RunResult r = box.run({"-B", "-u", kCpuOnly});
+// One run writes the table and the summary file; its console shows the framed blocks.
+TEST_F(ReportFiles, TableSummaryFileAndConsoleBlocks) {
+    const RunResult r = box.run({"-B", "-r", "-u", kCpuOnly});
     ASSERT_EQ(r.exitCode, 0) << r.output;
+    ASSERT_TRUE(box.exists("perfdc.csv")) << r.output;
     ASSERT_TRUE(box.exists("perfdc_sum.csv")) << r.output;
+    expectTable(box.read("perfdc.csv"), kTitle, 14);
+
     const std::vector<std::string> lines = splitLines(box.read("perfdc_sum.csv"));
     size_t i = expectRunTitle(lines);
     ASSERT_LT(i, lines.size());
@@ -91,11 +86,7 @@ TEST_F(ReportFiles, SummaryFileHeaderLinesAndEndBlock) {
     EXPECT_EQ(lines[i + 1], ".Number of tests,1");
     EXPECT_EQ(lines[i + 2], ".Successes,1");
     EXPECT_EQ(lines.back().rfind(".Total time,", 0), 0u);
-}
 
-TEST_F(ReportFiles, ConsoleBlocksAreFramed) {
-    const RunResult r = box.run({"-B", kCpuOnly});
-    ASSERT_EQ(r.exitCode, 0) << r.output;
     const std::string sep = "+" + std::string(77, '-') + "+";
     // Run title, test title, test result and summary: four blocks, two frame lines each.
     EXPECT_EQ(r.count(sep + "\n"), 8) << r.output;
@@ -108,8 +99,16 @@ TEST_F(ReportFiles, ConsoleBlocksAreFramed) {
         EXPECT_EQ(line.back(), '|') << line;
     }
     EXPECT_GE(framedLines, 5 + 5 + 1 + 12);
-    for (const char* label : {"| Computer : ", "| Timing   : ", "| Function   : __psOrvexCpuTest", "| Result   : "})
+    for (const char* label : {"| Computer : ", "| Timing   : ", "| Function   : __psOrvexCpuTest ", "| Test       : __psOrvexCpu ",
+                              "| Source     : ps ", "| Description: Orvex CPU information ", "| Start      : ", "| Result   : OK "})
         EXPECT_EQ(r.count(label), 1) << label << "\n" << r.output;
+    EXPECT_TRUE(std::regex_search(r.output, std::regex("\\| Result   : OK +Time \\d\\d:\\d\\d:\\d\\d \\|\n"))) << r.output;
+}
+
+TEST_F(ReportFiles, InterestColumn) {
+    const RunResult r = box.run({"-B", "-r", "-H", kCpuOnly});
+    ASSERT_EQ(r.exitCode, 0) << r.output;
+    expectTable(box.read("perfdc.csv"), std::string(kTitle) + ",Interest", 15);
 }
 
 TEST_F(ReportFiles, NameTableGetsTheTitleLine) {

@@ -1,5 +1,6 @@
 // Black-box tests of the session: where output files land and how they are opened,
-// the sources of the key list, the stop points and the signal file. Every run must
+// the sources of the key list, the stop points and the signal file (files that cannot
+// be opened: test_open_errors.cpp). Every run must
 // end with exit code 0.
 #include "runner.h"
 
@@ -83,36 +84,6 @@ TEST(SessionFiles, ListingHoldsTheConsoleButNotTheSortingLine) {
     EXPECT_NE(listing.find("Command line options: \n-B: batch mode\n"), std::string::npos) << listing;
     EXPECT_NE(listing.find("PS Summary"), std::string::npos) << listing;
     EXPECT_EQ(listing.find("Sorting functions"), std::string::npos) << listing;
-}
-
-TEST(SessionFiles, FilesThatCannotBeOpenedStopTheRun) {
-    const std::string output = "FATAL ERROR: can't open output file for writing";
-    // reason: the line that names the file
-    struct Case { std::vector<std::string> args; std::string fatal; std::string reason; };
-    const Case cases[] = {
-        {{"-o/nonexistent/dir/x.txt"}, output, "-- Can't open file /nonexistent/dir/x.txt to write: No such file or directory"},
-        {{"-r", "-lmissing"}, output, "-- Can't open file ./missing/perfdc.csv to write: No such file or directory"},
-        {{"-@no_such_options"}, output, "-- Can't open file no_such_options to read: No such file or directory"},
-        {{"-@."}, output, "-- Can't read file .: Is a directory"},
-        {{"-I/nonexistent/dir/p.ini"}, "FATAL ERROR: can't open ini-file for writing", ""},
-    };
-    for (const auto& c : cases) {
-        Sandbox box;
-        RunResult r = box.run(quick(c.args));
-        EXPECT_EQ(r.exitCode, 0);
-        EXPECT_TRUE(r.hasLine(c.fatal)) << c.args[0] << "\n" << r.output;
-        if (!c.reason.empty()) {
-            EXPECT_TRUE(r.hasLine(c.reason)) << c.args[0] << "\n" << r.output;
-        }
-        EXPECT_EQ(r.count("Sorting functions"), 0) << c.args[0];
-        EXPECT_EQ(r.count("PS Summary"), 0) << c.args[0];
-    }
-    // A missing input ini file is reported but is no error.
-    Sandbox box;
-    RunResult r = box.run(quick({"-inot_there"}));
-    EXPECT_EQ(r.exitCode, 0);
-    EXPECT_EQ(r.count("-- Can't open file ./not_there.ini to read: No such file or directory\n"), 1) << r.output;
-    EXPECT_EQ(r.count("PS Summary"), 1) << r.output;
 }
 
 // ---------------------------------------------------------------- key sources

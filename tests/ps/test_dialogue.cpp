@@ -1,5 +1,6 @@
 // The set-up dialogue in batch mode: what the settings leave on the timing engine.
-// The questions and the answers on standard input are checked by the black-box tests.
+// The questions, their framed titles and the answers on standard input are checked by
+// the black-box tests.
 #include "session.h"
 
 #include "helpers.h"
@@ -10,14 +11,6 @@
 
 #include <string>
 #include <vector>
-
-TEST(Dialogue, TitlesAreFramedInSeventyEightColumns) {
-    const std::string t = psSession::getEnterTitle("Specify timing method, please").str();
-    EXPECT_EQ(80u, t.size()) << "a line feed, 78 columns, a line feed";
-    EXPECT_EQ("\n*", t.substr(0, 2));
-    EXPECT_EQ("*\n", t.substr(78));
-    EXPECT_NE(std::string::npos, t.find("* Specify timing method, please *"));
-}
 
 TEST(Dialogue, BatchValuesFromSettings) {
     // number: NumLoops, NumCalls or StartNumLoops; clocks: TotalCpuClocks or MinCpuClocks

@@ -1,5 +1,6 @@
 // Report blocks, summary-file lines and the -e listing. The run title, the table
-// title line and the summary header are checked end to end by the black-box tests.
+// title line, the summary header and the framed console blocks with their labels are
+// checked end to end by the black-box tests.
 #include "conditions.h"
 #include "fpguard.h"
 #include "helpers.h"
@@ -46,19 +47,6 @@ public:
     }
 };
 
-// Every line of a framed block is 79 characters between two frame characters.
-void expectFramed(const std::string& block) {
-    const std::vector<std::string> lines = psTestLines(block);
-    ASSERT_GE(lines.size(), 3u);
-    EXPECT_EQ(lines.front(), "+" + std::string(77, '-') + "+");
-    EXPECT_EQ(lines.back(), lines.front());
-    for (size_t i = 1; i + 1 < lines.size(); ++i) {
-        EXPECT_EQ(lines[i].size(), 79u) << lines[i];
-        EXPECT_EQ(lines[i].front(), '|');
-        EXPECT_EQ(lines[i].back(), '|');
-    }
-}
-
 }  // namespace
 
 // ---------------------------------------------------------------- format
@@ -79,14 +67,10 @@ TEST(ReportFormat, SetItemPlacesTextByPosition) {
     }
 }
 
-TEST(ReportFormat, FramingTimesAndCells) {
+TEST(ReportFormat, TimesAndCells) {
     psReportFormat f(2, -78);
     EXPECT_STREQ(f.getLine("a").c_str(), "  a\n");  // unframed: a blank, no padding
     f.firstLine();
-    std::string framed = f.getLine("left", "right").c_str();
-    EXPECT_EQ(framed.size(), 80u);
-    EXPECT_EQ(framed.substr(0, 6), "| left");
-    EXPECT_EQ(framed.substr(framed.size() - 9), " right |\n");  // one blank before the frame
     // A framed line longer than 78 columns gets no closing frame character.
     EXPECT_EQ(std::string(f.getLine(std::string(90, 'x').c_str()).c_str()), "| " + std::string(90, 'x') + "\n");
 
@@ -146,15 +130,8 @@ TEST(ReportEnd, RowsNestTheResultCountersOfEveryClass) {
     EXPECT_EQ(capture<psUStream>(psReportEnd(&list)), expected);
     EXPECT_EQ(capture<psCStream>(psReportEnd(&list)), expected);
 
-    const std::string block = capture<psOStream>(psReportEnd(&list), ERR);
-    expectFramed(block);
-    const std::vector<std::string> lines = psTestLines(block);
-    ASSERT_EQ(lines.size(), 14u);  // frame, title, 11 rows, frame
-    EXPECT_EQ(lines[1].substr(0, 12), "| PS Summary");
-    EXPECT_EQ(lines[2].substr(0, 28), "| .Number of tests        14");
-    EXPECT_EQ(lines[12].substr(0, 28), "| .Total time       01:02:05");
     // Blocks are written at the error level: a console showing only warnings still shows it.
-    EXPECT_EQ(capture<psOStream>(psReportEnd(&list), WARN | ERR), block);
+    EXPECT_EQ(capture<psOStream>(psReportEnd(&list), WARN | ERR), capture<psOStream>(psReportEnd(&list), ERR));
 }
 
 // ---------------------------------------------------------------- one test
@@ -192,32 +169,11 @@ TEST(ReportTestResult, SummaryLineFields) {
     EXPECT_EQ(capture<psOStream>(psReportTestResult()), "");
 }
 
-TEST(ReportTestResult, ConsoleBlockAndMissingMeasurement) {
-    ReportedTest measured("lumsX_8u", "TimdcX//", ACCURWRN, 65);
-    const std::string block = capture<psOStream>(psReportTestResult(measured.facts()));
-    expectFramed(block);
-    const std::vector<std::string> lines = psTestLines(block);
-    ASSERT_EQ(lines.size(), 3u);
-    EXPECT_EQ(lines[1].substr(0, 21), "| Result   : ACCURWRN");
-    EXPECT_EQ(lines[1].substr(64), "Time 00:01:05 |");
-
+TEST(ReportTestResult, MissingMeasurementIsSaidBeforeTheBlock) {
     ReportedTest idle("lumsX_8u", "TimdcX//", UNDEFINED);
     const std::string idleText = capture<psOStream>(psReportTestResult(idle.facts()));
     EXPECT_EQ(idleText.substr(0, 33), "--No measurements have been done\n");
-    expectFramed(idleText.substr(33));
-}
-
-TEST(ReportTestTitle, LabelledLinesAndNoSummaryLine) {
-    ReportedTest t("lumsEncodeLZSS_8u", "TimdcLZSS//PP_REG_I", OK);
-    const psReportTestTitle title(t.facts());
-    const std::string block = capture<psOStream>(title);
-    expectFramed(block);
-    const std::vector<std::string> lines = psTestLines(block);
-    ASSERT_EQ(lines.size(), 7u);
-    const char* prefixes[] = {"| Function   : lumsEncodeLZSS_8u ", "| Test       : - ", "| Source     : p_dcx_ia.cpp ",
-                              "| Description: TimdcLZSS ", "| Start      : "};
-    for (int i = 0; i < 5; ++i) EXPECT_EQ(lines[i + 1].rfind(prefixes[i], 0), 0u) << lines[i + 1];
-    EXPECT_EQ(capture<psUStream>(title), "");
+    EXPECT_EQ(idleText.substr(33, 2), "+-");
 }
 
 // ---------------------------------------------------------------- listing
@@ -252,9 +208,7 @@ TEST(ReportList, ModesListSelectedAndUnselectedFunctions) {
     psConditions cond;
     cond.add(makeCondition(COND_FUNC, COND_CONTAINS, "CRC"));
 
-    EXPECT_EQ(capture<psOStream>(psReportList(&list, cond, 0)),
-              "   #\tFunction\tTest\tSource\n"
-              "   1\tlumsCRC32_8u\t-\tp_dcx_ia.cpp\n");
+    // (Mode 0, the plain listing, is seen in the black-box enumeration test.)
     EXPECT_EQ(capture<psOStream>(psReportList(&list, cond, 1)),
               "   #\tFunction\tTest\tSource\tExist\n"
               "   1\tlumsCRC32_8u\t-\tp_dcx_ia.cpp\t+\n"

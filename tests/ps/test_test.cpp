@@ -1,6 +1,7 @@
-// The test lifecycle: parameter combinations in odometer order, the data and
-// failure paths of a run, crashes and floating-point traps inside measured code,
-// and the Set&Use restore of a library-function test's vectors.
+// The test lifecycle: the data and failure paths of a run, crashes and floating-point
+// traps inside measured code, and the Set&Use restore of a library-function test's
+// vectors. (The odometer order of the parameter combinations shows in the black-box
+// compression tables.)
 #include "test.h"
 
 #include "conditions.h"
@@ -113,16 +114,6 @@ protected:
 };
 
 }  // namespace
-
-TEST_F(LifecycleTest, CombinationsRunInOdometerOrder) {
-    Texts letters("letter", {"a", "b"}), digits("digit", {"1", "2"});
-    ScriptedTest t;
-    t.parms = {&letters, &digits};
-    EXPECT_EQ(OK, t.run());
-    EXPECT_EQ((std::vector<std::string>{"a1", "a2", "b1", "b2"}), t.combos);
-    EXPECT_EQ(4, t.flushes);
-    EXPECT_EQ(OK, t.getResult());
-}
 
 TEST_F(LifecycleTest, OutcomesOfARun) {
     // timing: what the timing returns per combination (empty: measure); combos: combinations prepared (and flushed)
@@ -251,15 +242,7 @@ TEST_F(LifecycleTest, ExceptionsAreReported) {
     EXPECT_EQ((std::vector<psResult>{OK}), flush.codes);
     EXPECT_TRUE(says("--LUM. Exception: vector too long\n"));
 
-    psDefault_NSC<int> len(16, "len", "");
-    ScriptedTest refused;
-    refused.parms = {&len};
-    g_istrm.data().set("len", "abc");
-    psResult r = refused.run();
-    g_istrm.data().clear();
-    EXPECT_EQ(EXCPTFAIL, r);
-    EXPECT_TRUE(says("--LUM. Exception: Invalid value of len = abc\n"));
-    EXPECT_TRUE(refused.combos.empty()) << "no measurement with a half-translated parameter";
+    // (A parameter text refused before any measurement: the black-box checksum test.)
 }
 
 TEST_F(LifecycleTest, StartAndStopReportsExceptionsAndRestoresTheMask) {

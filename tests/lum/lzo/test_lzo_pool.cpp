@@ -17,6 +17,7 @@
 #include "lumdc.h"
 #include "lzo/lzo_mt.h"
 #include "lzo/worker_pool.h"
+#include "lzo_test.h"
 
 // A child of a multi-threaded process starts threads of its own here, on purpose; a
 // race report fails the test at once.
@@ -24,7 +25,7 @@ extern "C" const char* __tsan_default_options() { return "die_after_fork=0:halt_
 
 namespace {
 
-using Bytes = std::vector<Lum8u>;
+using lzotest::Bytes;
 using lum::lzo::WorkerPool;
 
 Bytes repetitive(size_t n) {
@@ -40,26 +41,7 @@ const Bytes& source() {
     return src;
 }
 
-Bytes encodeMt(const Bytes& src) {
-    int size = 0;
-    lumsEncodeLZOGetSize(lumLZO1XMT, int(src.size()), &size);
-    Bytes area(size), dst(2 * src.size() + 256);
-    auto* st = reinterpret_cast<LumLZOState_8u*>(area.data());
-    int len = int(dst.size());
-    if (lumsEncodeLZOInit_8u(lumLZO1XMT, int(src.size()), st) != lumStsNoErr ||
-        lumsEncodeLZO_8u(src.data(), int(src.size()), dst.data(), &len, st) != lumStsNoErr)
-        return {};
-    dst.resize(len);
-    return dst;
-}
-
-Bytes decodeMt(const Bytes& stream, size_t n) {
-    Bytes out(n + 1);
-    int len = int(out.size());
-    if (lumsDecodeLZOSafe_8u(stream.data(), int(stream.size()), out.data(), &len) != lumStsNoErr) return {};
-    out.resize(len);
-    return out;
-}
+Bytes encodeMt(const Bytes& src) { return lzotest::encode(lumLZO1XMT, src); }
 
 int segments(const Bytes& mt) { return mt.size() < 4 ? 0 : mt[2] | mt[3] << 8; }
 
@@ -83,7 +65,7 @@ TEST_F(LzoPool, FollowsTheBudgetAndServesConcurrentCallers) {
         const Bytes mt = encodeMt(src);
         ASSERT_FALSE(mt.empty());
         EXPECT_EQ(segments(mt), budget);
-        EXPECT_EQ(decodeMt(mt, src.size()), src);
+        EXPECT_EQ(lzotest::decodeSafe(mt, src.size()), src);
         EXPECT_LE(pool.size(), budget - 1);
     }
 
@@ -96,7 +78,7 @@ TEST_F(LzoPool, FollowsTheBudgetAndServesConcurrentCallers) {
         callers.emplace_back([&, c] {
             for (int round = 0; round < 3; ++round) {
                 streams[c] = encodeMt(src);
-                outputs[c] = decodeMt(streams[c], src.size());
+                outputs[c] = lzotest::decodeSafe(streams[c], src.size());
             }
         });
     }
@@ -162,7 +144,7 @@ TEST_F(LzoPool, BudgetChangesDuringCalls) {
             for (int round = 0; round < 6; ++round, ++calls[c]) {
                 const Bytes mt = encodeMt(src);
                 const auto it = expected.find(segments(mt));
-                if (it == expected.end() || it->second != mt || decodeMt(mt, src.size()) != src) ++mismatches[c];
+                if (it == expected.end() || it->second != mt || lzotest::decodeSafe(mt, src.size()) != src) ++mismatches[c];
             }
         });
     }
@@ -186,7 +168,7 @@ TEST_F(LzoPool, ChildProcessStartsItsOwnWorkers) {
     ASSERT_GE(pid, 0);
     if (pid == 0) {
         const Bytes mt = encodeMt(src);
-        const bool ok = mt == before && decodeMt(mt, src.size()) == src && WorkerPool::instance().size() == 3;
+        const bool ok = mt == before && lzotest::decodeSafe(mt, src.size()) == src && WorkerPool::instance().size() == 3;
         _exit(ok ? 0 : 1);
     }
     // A child stuck on the parent's workers would never end: it gets 60 seconds.
@@ -216,7 +198,7 @@ TEST_F(LzoPool, ShutdownLeavesCallsOnTheCallingThread) {
     pool.run(8, 4, 4, [&](int task, int worker) { workers[task] = worker; });
     EXPECT_EQ(workers, std::vector<int>(8, 0));
     EXPECT_EQ(encodeMt(src), mt);
-    EXPECT_EQ(decodeMt(mt, src.size()), src);
+    EXPECT_EQ(lzotest::decodeSafe(mt, src.size()), src);
     EXPECT_EQ(pool.size(), 0);
 }
 
