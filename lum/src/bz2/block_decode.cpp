@@ -21,7 +21,8 @@ extern "C" LumStatus lumsDecodeBlock_BZ2_16u8u(const Lum16u* pSrc, int srcLen, L
     LumStatus status = lumsDecodeZ1Z2_BZ2_16u8u(&src, &left, pDst, &n);
     if (status == lumStsDstFullWrn) return lumStsSizeErr;  // the block is larger than *pDstLen
     if (status != lumStsNoErr) return status;
-    if (n > 0 && (index < 0 || index >= n)) return lumStsCorruptDataErr;
+    // An empty block has no row for the index (bzip2 decoders refuse it too).
+    if (index < 0 || index >= n) return lumStsCorruptDataErr;
 
     alignas(8) Lum8u mtfState[512];
     int mtfSize = 0;
@@ -30,7 +31,7 @@ extern "C" LumStatus lumsDecodeBlock_BZ2_16u8u(const Lum16u* pSrc, int srcLen, L
     auto* mtf = reinterpret_cast<LumMTFState_8u*>(mtfState);
     lumsMTFInit_8u(mtf);
     lumsMTFInv_8u(pDst, pDst, n, mtf);
-    if (n > 0) lumsBWTInv_8u(pDst, pDst, n, index, pBuff);
+    lumsBWTInv_8u(pDst, pDst, n, index, pBuff);
     lumsExpandDictionary_8u_I(inUse, pDst, n, sizeDictionary);
     *pDstLen = n;
     return lumStsNoErr;
