@@ -139,19 +139,29 @@ enum class Verdict {
     badSymbols, noEndOfBlock, blockTooLarge, badBlock, tooLarge
 };
 
+// The reader's buffers, sized for the largest block, kept between streams.
+struct Workspace {
+    fuzz::Area<LumDecodeHuffState_BZ2> huff{[](int* size) { return lumsDecodeHuffGetSize_BZ2_8u16u(900000, size); }};
+    fuzz::Area<> bwt{[](int* size) { return lumsBWTInvGetSize_8u(900000, size); }};
+    fuzz::Area<LumRLEState_BZ2> rle{lumsRLEGetSize_BZ2_8u};
+    Symbols sym = Symbols(900001);
+    Bytes block = Bytes(900000);
+};
+
 // Reads the first stream of `in` (libbz2's BZ2_bzBuffToBuffDecompress ignores what
 // follows it) into `out`, at most `cap` bytes.
 inline Verdict decompress(const Bytes& in, Bytes& out, size_t cap) {
+    static Workspace ws;
     out.clear();
     if (in.size() < 4 || in[0] != 'B' || in[1] != 'Z' || in[2] != 'h' || in[3] < '1' || in[3] > '9')
         return in.size() < 4 ? Verdict::truncated : Verdict::badHeader;
     const int maxBlock = (in[3] - '0') * 100000;
     BitSource src{0, 0, in.data() + 4, int(in.size()) - 4};
-    fuzz::Area<LumDecodeHuffState_BZ2> huff([&](int* size) { return lumsDecodeHuffGetSize_BZ2_8u16u(maxBlock, size); });
-    fuzz::Area<> bwt([&](int* size) { return lumsBWTInvGetSize_8u(maxBlock, size); });
-    fuzz::Area<LumRLEState_BZ2> rle(lumsRLEGetSize_BZ2_8u);
-    Symbols sym(size_t(maxBlock) + 1);
-    Bytes block(static_cast<size_t>(maxBlock));
+    auto& huff = ws.huff;
+    auto& bwt = ws.bwt;
+    auto& rle = ws.rle;
+    Symbols& sym = ws.sym;
+    Bytes& block = ws.block;
     Lum32u combined = 0, hi, lo, v;
     for (;;) {
         if (!src.get(24, hi) || !src.get(24, lo)) return Verdict::truncated;
@@ -193,11 +203,12 @@ inline Verdict decompress(const Bytes& in, Bytes& out, size_t cap) {
         Lum8u* bp = block.data();
         int bLeft = blockLen;
         const size_t start = out.size();
-        out.resize(cap);
+        const size_t end = std::min(cap, start + 52 * size_t(blockLen) + 16);  // a run grows 5 bytes to 259
+        out.resize(end);
         Lum8u* dst = out.data() + start;
-        int room = int(cap - start);
+        int room = int(end - start);
         st = lumsDecodeRLEState_BZ2_8u(&bp, &bLeft, &dst, &room, rle.get());
-        out.resize(cap - size_t(room));
+        out.resize(end - size_t(room));
         if (st == lumStsDstFullWrn) return Verdict::tooLarge;
         FUZZ_CHECK(st == lumStsNoErr && bLeft == 0, "RLE decoding takes any bytes");
         Lum32u got = 0;

@@ -52,8 +52,8 @@ struct Area {
     template <class GetSize>
     explicit Area(GetSize getSize, int offset = 0) {
         int size = 0;
-        FUZZ_CHECK(getSize(&size) == lumStsNoErr && size > 0, "GetSize");
-        buf.assign(size_t(size) + size_t(offset), 0);
+        FUZZ_CHECK(getSize(&size) == lumStsNoErr && size >= 0, "GetSize");
+        buf.assign(size_t(size) + size_t(offset) + 1, 0);
         at = offset;
     }
     T* get() { return reinterpret_cast<T*>(buf.data() + at); }

@@ -23,7 +23,7 @@ for t in $targets; do
   cov=$(grep -o 'cov: [0-9]* ft: [0-9]*' "$log" | tail -1)
   found=$(( $(ls "$findings" | wc -l) - before ))
   [ -z "$(ls -A "$findings")" ] && rmdir "$findings"
-  echo "$t: ${runs:-0} executions, ${cov:-cov: ? ft: ?}, $found findings${found:+ (log: $log)}"
+  echo "$t: ${runs:-0} executions, ${cov:-cov: ? ft: ?}, $found findings$( [ "$found" -gt 0 ] && echo " (log: $log)")"
   total_runs=$((total_runs + ${runs:-0})) total_findings=$((total_findings + found)) count=$((count + 1))
 done
 echo "fuzz: $count targets, $total_runs executions, $total_findings findings"
