@@ -15,11 +15,17 @@ corpus_complete = (for f in $(CORPUS_FILES); do [ -f "$(1)/$$f" ] || exit 1; don
 PACKAGES = cmake make g++ pkg-config libgtest-dev zlib1g-dev libbz2-dev \
            liblzo2-dev libdeflate-dev libdivsufsort-dev \
            libcli11-dev libfmt-dev curl ca-certificates
-# Only the tests need these: headless Chromium opens the report tool's page.
-TEST_PACKAGES = chromium
+# Only the tests need these: headless Chromium opens the report tool's page; the fuzz
+# targets' regression replays take clang's FuzzedDataProvider header.
+TEST_PACKAGES = chromium libclang-rt-14-dev
+# 'make fuzz': clang with libFuzzer.
+FUZZ_PACKAGES = clang libclang-rt-14-dev
+FUZZ_BUILD   ?= build-fuzz
+FUZZ_SECONDS ?= 60
+FUZZ_TARGETS ?=
 SUDO := $(shell [ "$$(id -u)" = 0 ] || echo sudo)
 
-.PHONY: all deps test-deps install-packages build bench test test-plain test-sanitize corpus clean
+.PHONY: all deps test-deps install-packages build bench test test-plain test-sanitize fuzz corpus clean
 
 all: build
 
@@ -71,6 +77,16 @@ test-sanitize: test-deps
 	cmake --build $(ASAN_BUILD) -j$(JOBS)
 	cd $(ASAN_BUILD) && ctest --output-on-failure -j$(JOBS)
 
+# The fuzz targets of fuzz/ with clang, libFuzzer and the sanitizers, each run for
+# FUZZ_SECONDS (all of them, or those named in FUZZ_TARGETS); findings go to fuzz/findings.
+fuzz: deps
+	@$(MAKE) --no-print-directory install-packages LIST="$(FUZZ_PACKAGES)"
+	cmake -S . -B $(FUZZ_BUILD) -DCMAKE_BUILD_TYPE=RelWithDebInfo -DCMAKE_C_COMPILER=clang \
+	      -DCMAKE_CXX_COMPILER=clang++ -DPERFDC_FUZZ=ON -DPERFDC_BUILD_TESTS=OFF -DPERFDC_BUILD_TOOLS=OFF \
+	      -DPERFDC_SANITIZE=fuzzer-no-link,address,undefined -DPERFDC_CORPUS_DIR=$(CORPUS)
+	cmake --build $(FUZZ_BUILD) -j$(JOBS) --target fuzz_all
+	fuzz/run.sh $(abspath $(FUZZ_BUILD)) $(FUZZ_SECONDS) $(FUZZ_TARGETS)
+
 # Downloads the Calgary corpus into ./corpus and checks every file against
 # tools/corpus/SHA256SUMS. 'make bench' uses it when the corpus beside the project
 # is not there; it can also be named: make bench CORPUS=$(abspath corpus)
@@ -88,4 +104,4 @@ corpus:
 	@echo "Corpus ready in $(LOCAL_CORPUS)"
 
 clean:
-	rm -rf $(BUILD) $(ASAN_BUILD)
+	rm -rf $(BUILD) $(ASAN_BUILD) $(FUZZ_BUILD)
