@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Runs each fuzz target for a while and sums up: used by 'make fuzz'.
 #   fuzz/run.sh <build folder> <seconds per target> [target...]
+# FUZZ_FLAGS adds libFuzzer flags (e.g. "-fork=1 -ignore_crashes=1" to go on after a finding).
 # Each target grows its corpus in <build>/fuzz/corpus/<target>, starting from the seeds
 # made at build time and those in fuzz/seeds/<target>; an input that breaks it is saved
 # as fuzz/findings/<target>/crash-... (or leak-, timeout-, oom-).
@@ -18,8 +19,9 @@ for t in $targets; do
   before=$(ls "$findings" | wc -l)
   (cd "$build/fuzz" && "$build/fuzz/bin/$t" "$corpus" "${seeds[@]}" -max_total_time="$seconds" \
       -timeout=20 -rss_limit_mb=2560 -max_len=65536 -print_final_stats=1 \
-      -artifact_prefix="$findings/" >"$log" 2>&1)
+      -artifact_prefix="$findings/" ${FUZZ_FLAGS:-} >"$log" 2>&1)
   runs=$(sed -n 's/^stat::number_of_executed_units: *//p' "$log" | tail -1)
+  [ -z "$runs" ] && runs=$(sed -n 's/^#\([0-9]*\): cov:.*/\1/p' "$log" | tail -1)  # -fork mode
   cov=$(grep -o 'cov: [0-9]* ft: [0-9]*' "$log" | tail -1)
   found=$(( $(ls "$findings" | wc -l) - before ))
   [ -z "$(ls -A "$findings")" ] && rmdir "$findings"
