@@ -1,9 +1,12 @@
-// The session's command-line parsing on any words: the payload's lines are the words,
-// and what follows a 0x01 byte is an option file read through -@. Every key echoes or is
-// ignored; nothing may crash. The key settings are reset after each input.
+// The command key list and the key table on any words: the payload's lines are the
+// words, and what follows a 0x01 byte is an option file read through -@. Every key is
+// echoed (its argument parsed) and applied, except that the keys naming output files are
+// only echoed, so that no input makes the target write files. Nothing may crash; the key
+// settings are reset after each input.
 #include <unistd.h>
 
 #include <cstdio>
+#include <cstring>
 #include <string>
 #include <vector>
 
@@ -15,7 +18,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     static const std::string optionFile = "fuzz_options_" + std::to_string(getpid()) + ".txt";
     const std::string text(reinterpret_cast<const char*>(data), size);
     const size_t cut = text.find('\x01');
-    std::vector<std::string> words = {"perfdc"};
+    std::vector<std::string> words;
     std::string word;
     for (char c : text.substr(0, cut))
         if (c == '\n' || c == '\0') words.push_back(word), word.clear();
@@ -34,9 +37,17 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     {
         psSession session;
         session.initSession();
-        session.parseCommandLine(int(words.size()), argv.data());
+        psCommandList keys;
+        keys.setArgs(int(words.size()), argv.data());
+        keys.expandOptionFiles();
+        for (const psCommandKey& k : keys) {
+            const psOption* o = session.getOption(k.key);
+            if (o && o->info && std::strchr("oOrRqQuUg", k.key)) o->info(k.arg);
+            else session.applyOption(k.key, k.arg);
+        }
     }
     psResetKeySettings();
+    g_istrm.data().clear();
     psSession::m_exitLevel = 0;
     ps87::setExceptionValue(59);  // -W unmasks floating-point exceptions: mask them again
     psSSX::setExceptionValue(8064);
