@@ -6,13 +6,14 @@
 #include <algorithm>
 #include <cstring>
 
-#include "fuzz.h"
+#include "plain.h"
 
 namespace bz2 {
 
 using Symbols = std::vector<Lum16u>;
 
-// One block through RLE, the in-use table, reduction, BWT (with the hint), MTF and Z1Z2.
+// One block through RLE, the in-use table, reduction, BWT (with the hint), MTF and Z1Z2;
+// without `rle` the block is taken as first-stage data as it is.
 struct Chain {
     Lum8u inUse[256] = {};
     int sizeDictionary = 0, index = 0;
@@ -20,19 +21,24 @@ struct Chain {
     Symbols symbols;
 };
 
-inline Chain encodeChain(Bytes s, LumBWTSortAlgorithmHint hint = lumBWTAutoSort) {
+inline Chain encodeChain(Bytes s, LumBWTSortAlgorithmHint hint = lumBWTAutoSort, bool rle = true) {
     Chain c;
-    fuzz::Area<LumRLEState_BZ2> rle(lumsRLEGetSize_BZ2_8u);
-    FUZZ_CHECK(lumsEncodeRLEInit_BZ2_8u(rle.get()) == lumStsNoErr, "RLE init");
-    Bytes work(s.size() * 5 / 4 + 16);
-    Lum8u* p = fuzz::ptr(s);
-    int left = int(s.size()), len = int(work.size());
-    FUZZ_CHECK(lumsEncodeRLE_BZ2_8u(&p, &left, work.data(), &len, rle.get()) == lumStsNoErr, "RLE encode");
-    int flushed = int(work.size()) - len;
-    FUZZ_CHECK(lumsEncodeRLEFlush_BZ2_8u(work.data() + len, &flushed, rle.get()) == lumStsNoErr, "RLE flush");
-    const int n = len + flushed;
-    work.resize(size_t(n));
-    FUZZ_CHECK(lumsRLEGetInUseTable_8u(c.inUse, rle.get()) == lumStsNoErr, "in-use table");
+    Bytes work = s;
+    if (rle) {
+        fuzz::Area<LumRLEState_BZ2> st(lumsRLEGetSize_BZ2_8u);
+        FUZZ_CHECK(lumsEncodeRLEInit_BZ2_8u(st.get()) == lumStsNoErr, "RLE init");
+        work.assign(s.size() * 5 / 4 + 16, 0);
+        Lum8u* p = fuzz::ptr(s);
+        int left = int(s.size()), len = int(work.size());
+        FUZZ_CHECK(lumsEncodeRLE_BZ2_8u(&p, &left, work.data(), &len, st.get()) == lumStsNoErr, "RLE encode");
+        int flushed = int(work.size()) - len;
+        FUZZ_CHECK(lumsEncodeRLEFlush_BZ2_8u(work.data() + len, &flushed, st.get()) == lumStsNoErr, "RLE flush");
+        work.resize(size_t(len + flushed));
+        FUZZ_CHECK(lumsRLEGetInUseTable_8u(c.inUse, st.get()) == lumStsNoErr, "in-use table");
+    } else {
+        for (Lum8u b : work) c.inUse[b] = 1;
+    }
+    const int n = int(work.size());
     FUZZ_CHECK(lumsReduceDictionary_8u_I(c.inUse, fuzz::ptr(work), n, &c.sizeDictionary) == lumStsNoErr, "reduce");
     fuzz::Area<> bwt([&](int* size) { return lumsBWTFwdGetSize_8u(n, size); });
     if (n > 0)
@@ -44,9 +50,8 @@ inline Chain encodeChain(Bytes s, LumBWTSortAlgorithmHint hint = lumBWTAutoSort)
     FUZZ_CHECK(lumsMTFFwd_8u(fuzz::ptr(work), fuzz::ptr(work), n, mtf.get()) == lumStsNoErr, "MTF");
     c.symbols.resize(size_t(n) + 1);
     Lum32u freq[258];
-    p = fuzz::ptr(work);
-    left = n;
-    len = n + 1;
+    Lum8u* p = fuzz::ptr(work);
+    int left = n, len = n + 1;
     FUZZ_CHECK(lumsEncodeZ1Z2_BZ2_8u16u(&p, &left, c.symbols.data(), &len, freq) == lumStsNoErr, "Z1Z2");
     c.symbols.resize(size_t(len));
     return c;
@@ -89,17 +94,19 @@ struct BitSource {
 };
 
 // A .bz2 stream of `data` in blocks of `blockBytes` (level = the header digit), coded by
-// the lum stages alone.
-inline Bytes compress(const Bytes& data, int level, size_t blockBytes, LumBWTSortAlgorithmHint hint) {
+// the lum stages alone; without `rle` the blocks are first-stage data as they are, with
+// the CRC of what the plain RLE decoder makes of them.
+inline Bytes compress(const Bytes& data, int level, size_t blockBytes, LumBWTSortAlgorithmHint hint, bool rle = true) {
     BitSink sink;
     sink.out = {'B', 'Z', 'h', Lum8u('0' + level)};
     Lum32u combined = 0;
     for (size_t at = 0; at < data.size(); at += blockBytes) {
         const Bytes block(data.begin() + long(at), data.begin() + long(std::min(data.size(), at + blockBytes)));
+        Bytes text = rle ? block : plain::rleDecode(block);
         Lum32u crc = 0;
-        FUZZ_CHECK(lumsCRC32_BZ2_8u(block.data(), int(block.size()), &crc) == lumStsNoErr, "CRC");
+        FUZZ_CHECK(lumsCRC32_BZ2_8u(fuzz::ptr(text), int(text.size()), &crc) == lumStsNoErr, "CRC");
         combined = combineCrc(combined, crc);
-        Chain c = encodeChain(block, hint);
+        Chain c = encodeChain(block, hint, rle);
         c.symbols.push_back(Lum16u(c.sizeDictionary + 1));
         const int n = int(c.symbols.size());
         fuzz::Area<LumEncodeHuffState_BZ2> huff([&](int* size) { return lumsEncodeHuffGetSize_BZ2_16u8u(n, size); });
@@ -136,8 +143,22 @@ enum class Verdict {
     ok, truncated, badHeader, badMagic, badBlockCrc, badStreamCrc, noSymbolsInUse,
     randomised,  // libbz2 derandomises such (obsolete) blocks; this reader does not
     badContext,  // lum also refuses code lengths that overfill the code space
-    badSymbols, noEndOfBlock, blockTooLarge, badBlock, tooLarge
+    badSymbols, noEndOfBlock, blockTooLarge, badBlock, runWithoutCount, tooLarge
 };
+
+// True when first-stage data ends with four equal bytes whose count byte is missing.
+inline bool endsInsideRun(const Lum8u* p, int n) {
+    int run = 0, last = -1;
+    for (int i = 0; i < n; ++i) {
+        if (run == 4) {
+            run = 0, last = -1;
+            continue;
+        }
+        run = p[i] == last ? run + 1 : 1;
+        last = p[i];
+    }
+    return run == 4;
+}
 
 // The reader's buffers, sized for the largest block, kept between streams.
 struct Workspace {
@@ -199,6 +220,8 @@ inline Verdict decompress(const Bytes& in, Bytes& out, size_t cap) {
                                        bwt.get());
         if (st == lumStsSizeErr) return Verdict::blockTooLarge;
         if (st != lumStsNoErr) return Verdict::badBlock;
+        // The RLE decoder would wait for the count; libbz2 refuses a block that lacks it.
+        if (endsInsideRun(block.data(), blockLen)) return Verdict::runWithoutCount;
         FUZZ_CHECK(lumsEncodeRLEInit_BZ2_8u(rle.get()) == lumStsNoErr, "RLE init");
         Lum8u* bp = block.data();
         int bLeft = blockLen;

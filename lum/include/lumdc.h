@@ -209,7 +209,9 @@ LUM_API LumStatus lumsDecodeBlock_BZ2_16u8u(const Lum16u* pSrc, int srcLen, Lum8
  * A .bz2 reader built on these stages must itself refuse a block of more than 100000 x
  * the header's level bytes after zero-run decoding (give lumsDecodeBlock_BZ2_16u8u that
  * room), a block whose symbols end with the last selector group instead of an
- * end-of-block symbol, an empty in-use bitmap, and block or stream CRCs that differ.
+ * end-of-block symbol, a block whose first-stage data end with four equal bytes and no
+ * count byte (the streaming RLE decoder would wait for it), an empty in-use bitmap, and
+ * block or stream CRCs that differ.
  * lumsUnpackHuffContext_BZ2_8u16u is stricter than libbz2 in one point: code lengths
  * that overfill the code space are corrupt (no bzip2 compressor writes them). */
 
