@@ -17,12 +17,18 @@ corpus_complete = (for f in $(CORPUS_FILES); do [ -f "$(1)/$$f" ] || exit 1; don
 PACKAGES = cmake make g++ pkg-config libgtest-dev zlib1g-dev libbz2-dev \
            liblzo2-dev libdeflate-dev libdivsufsort-dev \
            libcli11-dev libfmt-dev nlohmann-json3-dev curl ca-certificates
-# Only the tests need these: headless Chromium opens the report tool's page, and
-# Google Benchmark's compare.py (with Debian's python3 and scipy) reads its JSON.
-TEST_PACKAGES = chromium libbenchmark-tools python3 python3-scipy
+# Only the tests need these: headless Chromium opens the report tool's page, Google
+# Benchmark's compare.py (with Debian's python3 and scipy) reads its JSON, and the fuzz
+# targets' regression replays take clang's FuzzedDataProvider header.
+TEST_PACKAGES = chromium libbenchmark-tools python3 python3-scipy libclang-rt-14-dev
+# 'make fuzz': clang with libFuzzer.
+FUZZ_PACKAGES = clang libclang-rt-14-dev
+FUZZ_BUILD   ?= build-fuzz
+FUZZ_SECONDS ?= 60
+FUZZ_TARGETS ?=
 SUDO := $(shell [ "$$(id -u)" = 0 ] || echo sudo)
 
-.PHONY: all deps test-deps install-packages build bench bench-rounds test test-plain test-sanitize test-thread corpus clean
+.PHONY: all deps test-deps install-packages build bench bench-rounds test test-plain test-sanitize test-thread fuzz corpus clean
 
 all: build
 
@@ -94,6 +100,16 @@ test-thread: test-deps
 	cmake --build $(TSAN_BUILD) -j$(JOBS) --target lum_lzo_tests
 	cd $(TSAN_BUILD) && ctest --output-on-failure -j$(JOBS) -R '^lum\.lzo\.LzoPool\.'
 
+# The fuzz targets of fuzz/ with clang, libFuzzer and the sanitizers, each run for
+# FUZZ_SECONDS (all of them, or those named in FUZZ_TARGETS); findings go to fuzz/findings.
+fuzz: deps
+	@$(MAKE) --no-print-directory install-packages LIST="$(FUZZ_PACKAGES)"
+	cmake -S . -B $(FUZZ_BUILD) -DCMAKE_BUILD_TYPE=RelWithDebInfo -DCMAKE_C_COMPILER=clang \
+	      -DCMAKE_CXX_COMPILER=clang++ -DPERFDC_FUZZ=ON -DPERFDC_BUILD_TESTS=OFF -DPERFDC_BUILD_TOOLS=OFF \
+	      -DPERFDC_SANITIZE=fuzzer-no-link,address,undefined -DPERFDC_CORPUS_DIR=$(CORPUS)
+	cmake --build $(FUZZ_BUILD) -j$(JOBS) --target fuzz_all
+	fuzz/run.sh $(abspath $(FUZZ_BUILD)) $(FUZZ_SECONDS) $(FUZZ_TARGETS)
+
 # Downloads the Calgary corpus into ./corpus and checks every file against
 # tools/corpus/SHA256SUMS. 'make bench' uses it when the corpus beside the project
 # is not there; it can also be named: make bench CORPUS=$(abspath corpus)
@@ -111,4 +127,4 @@ corpus:
 	@echo "Corpus ready in $(LOCAL_CORPUS)"
 
 clean:
-	rm -rf $(BUILD) $(ASAN_BUILD) $(TSAN_BUILD)
+	rm -rf $(BUILD) $(ASAN_BUILD) $(TSAN_BUILD) $(FUZZ_BUILD)

@@ -201,6 +201,20 @@ LUM_API LumStatus lumsDecodeBlock_BZ2_16u8u(const Lum16u* pSrc, int srcLen, Lum8
                                             int* pDstLen, int index, int sizeDictionary,
                                             const Lum8u inUse[256], Lum8u* pBuff);
 
+/* Validity, as bzip2 decoders judge it. A block decodes to the bytes libbz2 gives for it
+ * and is refused where libbz2 refuses it: a block with no symbol before its end-of-block
+ * symbol, or an index at or beyond the decoded length, is lumStsCorruptDataErr in
+ * lumsDecodeBlock_BZ2_16u8u. The inverse BWT of any column is the forward walk from the
+ * index (row -> next row by first character), also for columns that no transform writes.
+ * A .bz2 reader built on these stages must itself refuse a block of more than 100000 x
+ * the header's level bytes after zero-run decoding (give lumsDecodeBlock_BZ2_16u8u that
+ * room), a block whose symbols end with the last selector group instead of an
+ * end-of-block symbol, a block whose first-stage data end with four equal bytes and no
+ * count byte (the streaming RLE decoder would wait for it), an empty in-use bitmap, and
+ * block or stream CRCs that differ.
+ * lumsUnpackHuffContext_BZ2_8u16u is stricter than libbz2 in one point: code lengths
+ * that overfill the code space are corrupt (no bzip2 compressor writes them). */
+
 /* ==== Deflate stages (RFC 1951) ======================================================== */
 typedef enum {
     lumLZ77NoFlush = 0,
@@ -377,6 +391,10 @@ LUM_API LumStatus lumsDecodeLZOSafe_8u(const Lum8u* pSrc, int srcLen, Lum8u* pDs
  * on. The decoder accepts any byte sequence; lumStsSrcEndWrn tells that the input ended
  * inside a match, lumStsDstFullWrn that output is pending. The decoder may write past
  * its output, within the room, bytes that later output overwrites.
+ * Validity: every byte sequence is a stream. A match may copy ring positions not written
+ * yet (blanks) and may overlap the bytes it writes (they repeat); input that ends after a
+ * flag byte, or after a flag byte whose remaining items are missing, decodes what came
+ * before; a match cut after its first byte waits for its second (lumStsSrcEndWrn).
  */
 typedef struct LumLZSSState_8u LumLZSSState_8u;
 

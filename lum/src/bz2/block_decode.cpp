@@ -66,12 +66,13 @@ extern "C" LumStatus lumsDecodeBlock_BZ2_16u8u(const Lum16u* pSrc, int srcLen, L
     int n = 0;
     if (LumStatus st = lum::bz2::decodeRanks(pSrc, srcLen, pDst, *pDstLen, &n); st != lumStsNoErr)
         return st;
-    if (n > 0 && (index < 0 || index >= n)) return lumStsCorruptDataErr;
+    // An empty block has no row for the index (bzip2 decoders refuse it too).
+    if (index < 0 || index >= n) return lumStsCorruptDataErr;
 
     // The inverse BWT writes the expanded values at once.
     Lum8u value[256];
     lum::bz2::expansionTable(inUse, value);
-    if (n > 0) lum::bz2::inverseBwt(pDst, pDst, n, index, pBuff, value);
+    lum::bz2::inverseBwt(pDst, pDst, n, index, pBuff, value);
     *pDstLen = n;
     return lumStsNoErr;
 }

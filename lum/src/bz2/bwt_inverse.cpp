@@ -5,7 +5,8 @@
 // decoded by two independent chains from the row of the unrotated block, the first half
 // forwards and the second backwards, so two table reads are in flight at a time instead
 // of one. Any last column is a valid input; entries pack the row above the character, in
-// 32 bits for blocks up to 2^24 bytes and 64 bits beyond.
+// 32 bits for blocks up to 2^24 bytes and 64 bits beyond. The output is always that of
+// the forward walk alone, so a column that is no transform decodes as bzip2 decodes it.
 //
 // The counting and the building go through the two halves of L side by side, each with
 // its own counters, so that runs of one character (common in L) do not make every step
@@ -62,7 +63,19 @@ void inverse(const Lum8u* last, Lum8u* dst, int n, int index, Entry* fwd, Entry*
         f = ef >> 8;
         b = eb >> 8;
     }
-    if (head > n / 2) dst[head - 1] = static_cast<Lum8u>(fwd[f]);
+    if (head > n / 2) {
+        dst[head - 1] = static_cast<Lum8u>(fwd[f]);
+        f = fwd[f] >> 8;
+    }
+    // The chains meet only when the cycle of rows through index has a length dividing n,
+    // as in every real transform. For other columns the backward half is not what the
+    // forward walk (the one bzip2 decoders take) gives: redo that half forwards.
+    if (f != b)
+        for (int k = head; k < n; ++k) {
+            const Entry ef = fwd[f];
+            dst[k] = static_cast<Lum8u>(ef);
+            f = ef >> 8;
+        }
 }
 
 }  // namespace
