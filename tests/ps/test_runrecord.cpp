@@ -69,7 +69,7 @@ const unsigned kHypervisorBit = 1u << 31;
 // The record line of a run on the host, parsed back.
 Json recordOf(const psRunHost& host, const psBuildFacts& build = psBuildFacts())
 {
-    psRunContext run;
+    psRunRecord run;
     run.host = host;
     run.build = build;
     return Json::parse(psRunRecordLine(run).str());
@@ -221,7 +221,7 @@ TEST(RunRecordLoad, SharesAndTheDisturbedMark)
         // The own CPU time is measured precisely: 10 ms of a 20 ms test here.
         const double own = c.wall < 1 ? 0.01 : 1.0;
         psTestRecord t{"f", psCompareLoad(sample(c.before, 10, 4, 7, 5), sample(c.after, 10 + c.wall, 4 + own, 10, 7), 100, "")};
-        psRunContext run;
+        psRunRecord run;
         run.tests.add(t);
         EXPECT_EQ(Json::parse(psRunRecordLine(run).str())["tests"][0], Json::parse(c.expected));
         EXPECT_EQ(psDisturbedWarning(t).str(), c.warning);
@@ -234,7 +234,7 @@ TEST(RunRecordLoad, SharesAndTheDisturbedMark)
 
 TEST(RunRecordLine, BuildClockAndCommandFields)
 {
-    psRunContext run;
+    psRunRecord run;
     run.start = "Tue Nov 24 01:00:00 2026";
     run.command.add("perfdc");
     run.command.add("-r\xff");  // not UTF-8: still a valid line

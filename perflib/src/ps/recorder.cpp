@@ -108,7 +108,7 @@ void psRunRecorder::begin(int argc, char** argv, const psString& startText)
 {
     if (switchedOff()) return;
     m_active = true;
-    m_run = psRunContext();
+    m_run = psRunRecord();
     CostOf cost(m_run.probeSeconds);
     m_run.start = startText;
     for (int i = 0; i < argc; ++i) m_run.command.add(argv[i] ? argv[i] : "");

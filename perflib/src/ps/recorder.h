@@ -40,7 +40,7 @@ private:
     int m_fd;
     bool m_active = false;
     psList<Table> m_tables;
-    psRunContext m_run;
+    psRunRecord m_run;
     std::unique_ptr<psCycleCounter> m_counter;
     std::unique_ptr<psLoadProbe> m_probe;
     psString m_migrationsReason;

@@ -95,7 +95,7 @@ std::string percent(double share)
 
 }  // namespace
 
-psString psRunRecordLine(const psRunContext& run)
+psString psRunRecordLine(const psRunRecord& run)
 {
     Json command = Json::array();
     for (const psString& arg : run.command) command.push_back(arg.str());

@@ -30,7 +30,7 @@ struct psTestRecord {
     psTestLoad load;
 };
 
-struct psRunContext {
+struct psRunRecord {
     psString start;                // the table's Start text
     psStringList command;
     psRunHost host;
@@ -41,7 +41,7 @@ struct psRunContext {
 };
 
 // The record of one run as one line of JSON (no line end).
-psString psRunRecordLine(const psRunContext& run);
+psString psRunRecordLine(const psRunRecord& run);
 
 // The record beside a table: "X.csv" gives "X.runs.jsonl", any other name gets
 // ".runs.jsonl" appended.
