@@ -125,9 +125,17 @@ int greedy(const HashTables& t, SymbolSink& out, int pos, int stop, int end, Slo
 }  // namespace
 
 int runLevel1(const HashTables& t, SymbolSink& out, int pos, int stop, int end) {
-    if ((t.hashSize & (t.hashSize - 1)) == 0)
-        return greedy(t, out, pos, stop, end, ShiftSlot{32 - __builtin_ctzll(t.hashSize)});
-    return greedy(t, out, pos, stop, end, MultiplySlot{t.hashSize});
+    // One pass stops where the room left could run out if every symbol were a literal;
+    // passes are repeated while they advance, so the parse does not depend on the room
+    // given (a caller that gives exactly the room an earlier call used gets the same
+    // symbols), and only the last bytes go to the general loop.
+    const bool pow2 = (t.hashSize & (t.hashSize - 1)) == 0;
+    for (;;) {
+        const int next = pow2 ? greedy(t, out, pos, stop, end, ShiftSlot{32 - __builtin_ctzll(t.hashSize)})
+                              : greedy(t, out, pos, stop, end, MultiplySlot{t.hashSize});
+        if (next == pos) return pos;
+        pos = next;
+    }
 }
 
 }  // namespace lum::deflate
