@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "fpguard.h"
+#include "instream.h"
 #include "keys.h"
 #include "session.h"
 
