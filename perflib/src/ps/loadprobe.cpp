@@ -6,6 +6,7 @@
 #include <ctime>
 #include <linux/perf_event.h>
 #include <sstream>
+#include <string>
 #include <sys/resource.h>
 #include <sys/syscall.h>
 #include <unistd.h>
@@ -88,6 +89,14 @@ psTestLoad psCompareLoad(const psLoadSample& before, const psLoadSample& after, 
         return load;
     }
     const double tick = 1.0 / ticksPerSecond;
+    if (load.seconds + 1e-9 < 2 * tick) {
+        // /proc/stat counts in kernel ticks: a shorter span gives 0 or 100%, not a share.
+        const psString why = "the test was shorter than two ticks of /proc/stat (" +
+                             psString(std::to_string(static_cast<int>(2000 * tick)).c_str()) + " ms)";
+        load.otherCpusBusy.missing(why);
+        load.steal.missing(why);
+        return load;
+    }
     const int cpus = after.times.cpus;
     const double busy = (after.times.busy - before.times.busy) * tick;
     const double stolen = (after.times.steal - before.times.steal) * tick;
