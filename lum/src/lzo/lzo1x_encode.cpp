@@ -133,7 +133,7 @@ std::size_t compress(const Lum8u* src, std::size_t n, Lum8u* dst, void* work) {
                 if ((d - 1 < kMaxDistance) & (load32(ip - d) == v)) break;
                 ip += misses++ >> 3;
             }
-            while (ip > anchor && ip - d > src && ip[-1] == ip[-1 - d]) --ip;  // backwards
+            while (ip > anchor && ip - d > src && ip[-1] == *(ip - d - 1)) --ip;  // backwards
             const std::size_t len = matchLength(ip, ip - d, end);
 
             // The pending literals, then the match. The literals end at least kTail bytes
