@@ -8,7 +8,6 @@
 #include <sstream>
 #include <string>
 #include <sys/resource.h>
-#include <sys/syscall.h>
 #include <unistd.h>
 
 bool psParseProcStat(const std::string& text, psCpuTimes& times)
@@ -109,23 +108,9 @@ psTestLoad psCompareLoad(const psLoadSample& before, const psLoadSample& after, 
     return load;
 }
 
-psLoadProbe::psLoadProbe()
-{
-    perf_event_attr attr;
-    std::memset(&attr, 0, sizeof attr);
-    attr.size = sizeof attr;
-    attr.type = PERF_TYPE_SOFTWARE;
-    attr.config = PERF_COUNT_SW_CPU_MIGRATIONS;
-    attr.inherit = 1;  // the library's worker threads move too
-    // Migrations happen in the kernel, so the counter must not exclude it.
-    m_fd = static_cast<int>(syscall(SYS_perf_event_open, &attr, 0, -1, -1, 0));
-    if (m_fd < 0) m_openError = errno;
-}
-
-psLoadProbe::~psLoadProbe()
-{
-    if (m_fd >= 0) close(m_fd);
-}
+// Inherited, because the library's worker threads move too; kernel included, because
+// migrations happen in the kernel.
+psLoadProbe::psLoadProbe() : m_migrations(PERF_TYPE_SOFTWARE, PERF_COUNT_SW_CPU_MIGRATIONS, true, false) {}
 
 psLoadSample psLoadProbe::sample(const psOsSource& os) const
 {
@@ -137,9 +122,9 @@ psLoadSample psLoadProbe::sample(const psOsSource& os) const
         s.ownCpuSeconds = seconds(ru.ru_utime) + seconds(ru.ru_stime);
         s.involuntarySwitches = ru.ru_nivcsw;
     }
-    long long count = 0;
-    if (m_fd >= 0 && read(m_fd, &count, sizeof count) == static_cast<ssize_t>(sizeof count))
-        s.migrations = count;
+    unsigned long long count = 0;
+    if (m_migrations.read(count))
+        s.migrations = static_cast<long long>(count);
     else
         s.migrations = schedMigrations(os);
     s.wall = monotonicSeconds();
@@ -148,7 +133,8 @@ psLoadSample psLoadProbe::sample(const psOsSource& os) const
 
 psString psLoadProbe::migrationsReason(const psOsSource& os) const
 {
-    if (m_fd >= 0 || schedMigrations(os) >= 0) return psString();
-    return psString("the kernel counts no migrations for this process (perf_event_open: ") + std::strerror(m_openError) +
+    if (m_migrations.available() || schedMigrations(os) >= 0) return psString();
+    return psString("the kernel counts no migrations for this process (perf_event_open: ") +
+           std::strerror(m_migrations.openError()) +
            "; no /proc/self/sched)";
 }

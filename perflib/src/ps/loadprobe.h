@@ -6,6 +6,7 @@
 #define PS_LOADPROBE_H
 
 #include "hostfacts.h"
+#include "perfcounter.h"
 
 #include <string>
 
@@ -53,17 +54,13 @@ psTestLoad psCompareLoad(const psLoadSample& before, const psLoadSample& after, 
 class psLoadProbe {
 public:
     psLoadProbe();
-    ~psLoadProbe();
-    psLoadProbe(const psLoadProbe&) = delete;
-    psLoadProbe& operator=(const psLoadProbe&) = delete;
 
     psLoadSample sample(const psOsSource& os) const;
     // Why migrations are not counted; empty when they are.
     psString migrationsReason(const psOsSource& os) const;
 
 private:
-    int m_fd = -1;
-    int m_openError = 0;
+    psPerfCounter m_migrations;
 };
 
 #endif

@@ -5,8 +5,6 @@
 #include <cerrno>
 #include <cstring>
 #include <linux/perf_event.h>
-#include <sys/syscall.h>
-#include <unistd.h>
 
 namespace {
 
@@ -47,29 +45,17 @@ std::string counterRefusal(int err)
 
 }  // namespace
 
+// User mode only: allowed at the usual paranoia level, and the chains run in user mode.
 psCycleCounter::psCycleCounter()
+    : m_counter(PERF_TYPE_HARDWARE, PERF_COUNT_HW_CPU_CYCLES, false, true),
+      m_description(m_counter.available() ? "perf_event" : counterRefusal(m_counter.openError()))
 {
-    perf_event_attr attr;
-    std::memset(&attr, 0, sizeof attr);
-    attr.size = sizeof attr;
-    attr.type = PERF_TYPE_HARDWARE;
-    attr.config = PERF_COUNT_HW_CPU_CYCLES;
-    attr.exclude_kernel = 1;  // allowed at the usual paranoia level; the chains run in user mode
-    attr.exclude_hv = 1;
-    m_fd = static_cast<int>(syscall(SYS_perf_event_open, &attr, 0, -1, -1, 0));
-    m_description = m_fd >= 0 ? "perf_event" : counterRefusal(errno);
-}
-
-psCycleCounter::~psCycleCounter()
-{
-    if (m_fd >= 0) close(m_fd);
 }
 
 unsigned long long psCycleCounter::read() const
 {
     unsigned long long cycles = 0;
-    if (m_fd < 0 || ::read(m_fd, &cycles, sizeof cycles) != static_cast<ssize_t>(sizeof cycles)) return 0;
-    return cycles;
+    return m_counter.read(cycles) ? cycles : 0;
 }
 
 psCoreClock psMeasureCoreClock(const psCycleCounter& counter, int chains, int adds)

@@ -5,6 +5,8 @@
 #ifndef PS_CORECLOCK_H
 #define PS_CORECLOCK_H
 
+#include "perfcounter.h"
+
 #include <string>
 
 // One measurement of the ratio.
@@ -21,18 +23,15 @@ struct psCoreClock {
 class psCycleCounter {
 public:
     psCycleCounter();
-    ~psCycleCounter();
-    psCycleCounter(const psCycleCounter&) = delete;
-    psCycleCounter& operator=(const psCycleCounter&) = delete;
 
-    bool available() const { return m_fd >= 0; }
+    bool available() const { return m_counter.available(); }
     // "perf_event", or "unavailable: <reason>".
     const std::string& description() const { return m_description; }
     // Cycles counted so far; 0 when unavailable.
     unsigned long long read() const;
 
 private:
-    int m_fd = -1;
+    psPerfCounter m_counter;
     std::string m_description;
 };
 
