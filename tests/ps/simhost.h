@@ -40,54 +40,42 @@ inline psCpuidRegs text16(const char* text) {
     return regs(v[0], v[1], v[2], v[3]);
 }
 
-// While it lives, the framework reads this machine in place of the real one; `os()`
-// is the simulated operating system for the run-record probes.
-class Simulated {
-public:
+inline const SimHost* g_simHost = nullptr;
+inline bool g_xgetbvCalled = false;
+
+inline const psHostSource kSimHostSource = {
+    [](unsigned leaf, unsigned sub) {
+        for (const SimLeaf& l : g_simHost->leaves)
+            if (l.leaf == leaf && l.sub == sub) return l.regs;
+        return psCpuidRegs();
+    },
+    [] { return g_xgetbvCalled = true, g_simHost->xcr0; },
+    [] { return g_simHost->osCacheBytes; },
+    [] { return g_simHost->processors; }};
+
+inline const psOsSource kSimOs = {
+    [](const std::string& path, std::string& text) {
+        auto it = g_simHost->files.find(path);
+        if (it == g_simHost->files.end()) return false;
+        text = it->second;
+        return true;
+    },
+    [] { return g_simHost->kernel; }};
+
+// While it lives, the framework reads the machine in place of the real one (and the
+// run-record probes read kSimOs).
+struct Simulated {
     explicit Simulated(const SimHost& host) {
-        current() = &host;
-        xgetbvCalled() = false;
-        psSimulateHost(&kSource);
+        g_simHost = &host;
+        g_xgetbvCalled = false;
+        psSimulateHost(&kSimHostSource);
     }
     ~Simulated() {
         psSimulateHost(nullptr);
-        current() = nullptr;
+        g_simHost = nullptr;
     }
     Simulated(const Simulated&) = delete;
     Simulated& operator=(const Simulated&) = delete;
-
-    static const psOsSource& os() { return kOs; }
-    static bool& xgetbvCalled() {
-        static bool called = false;
-        return called;
-    }
-
-private:
-    static const SimHost*& current() {
-        static const SimHost* host = nullptr;
-        return host;
-    }
-    static psCpuidRegs cpuid(unsigned leaf, unsigned sub) {
-        for (const SimLeaf& l : current()->leaves)
-            if (l.leaf == leaf && l.sub == sub) return l.regs;
-        return psCpuidRegs();
-    }
-    static unsigned long long xgetbv() {
-        xgetbvCalled() = true;
-        return current()->xcr0;
-    }
-    static long long osCache() { return current()->osCacheBytes; }
-    static long processors() { return current()->processors; }
-    static bool readFile(const std::string& path, std::string& text) {
-        auto it = current()->files.find(path);
-        if (it == current()->files.end()) return false;
-        text = it->second;
-        return true;
-    }
-    static std::string kernel() { return current()->kernel; }
-
-    static constexpr psHostSource kSource = {cpuid, xgetbv, osCache, processors};
-    static constexpr psOsSource kOs = {readFile, kernel};
 };
 
 #endif
