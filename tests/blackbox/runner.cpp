@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <poll.h>
 #include <sstream>
 #include <stdexcept>
 #include <sys/wait.h>
@@ -64,6 +65,7 @@ Sandbox::Sandbox(const std::string& program) {
     const char* dir = mkdtemp(buf.data());
     if (!dir) throw std::runtime_error("cannot create a temporary folder");
     m_root = dir;
+    if (program.empty()) return;
     fs::path target(path(program));
     fs::create_directories(target.parent_path());
     fs::copy_file(PERFDC_BIN, target, fs::copy_options::overwrite_existing);
@@ -72,10 +74,11 @@ Sandbox::Sandbox(const std::string& program) {
 
 Sandbox::~Sandbox() { std::error_code ec; fs::remove_all(m_root, ec); }
 
-void Sandbox::write(const std::string& rel, const std::string& content) const {
+std::string Sandbox::write(const std::string& rel, const std::string& content) const {
     fs::path p(path(rel));
     fs::create_directories(p.parent_path());
     std::ofstream(p, std::ios::binary) << content;
+    return p.string();
 }
 
 std::string Sandbox::read(const std::string& rel) const {
@@ -95,43 +98,77 @@ std::vector<std::string> Sandbox::files(const std::string& rel) const {
     return names;
 }
 
-RunResult Sandbox::run(const std::vector<std::string>& args, const RunOptions& options) const {
-    RunResult result;
-    int pipeFds[2], inFds[2];
-    if (pipe(pipeFds) != 0 || pipe(inFds) != 0) return result;
-    // The answers fit in the pipe's buffer: written before the program starts.
-    if (::write(inFds[1], options.input.data(), options.input.size()) != static_cast<ssize_t>(options.input.size()))
-        return result;
-    close(inFds[1]);
-    const std::string cwd = path(options.cwd);
+void execArgs(const std::vector<std::string>& args) {
+    std::vector<char*> argv;
+    for (const std::string& a : args) argv.push_back(const_cast<char*>(a.c_str()));
+    argv.push_back(nullptr);
+    execvp(argv[0], argv.data());
+    _exit(127);
+}
+
+namespace {
+
+// Runs the program in the folder with the given standard input (it fits in the pipe's
+// buffer, so it is written before the program starts); standard error goes with
+// standard output when `merge` is set.
+Captured spawn(const std::vector<std::string>& args, const std::string& cwd, const std::vector<std::string>& env,
+               const std::string& input, bool merge) {
+    Captured c;
+    int in[2], out[2], err[2];
+    if (pipe(in) != 0 || pipe(out) != 0 || pipe(err) != 0) return c;
+    if (::write(in[1], input.data(), input.size()) != static_cast<ssize_t>(input.size())) return c;
+    close(in[1]);
     pid_t pid = fork();
     if (pid == 0) {
-        dup2(inFds[0], STDIN_FILENO);
-        close(inFds[0]);
-        dup2(pipeFds[1], STDOUT_FILENO);
-        dup2(pipeFds[1], STDERR_FILENO);
-        close(pipeFds[0]);
-        close(pipeFds[1]);
+        dup2(in[0], STDIN_FILENO);
+        dup2(out[1], STDOUT_FILENO);
+        dup2(merge ? out[1] : err[1], STDERR_FILENO);
+        for (int fd : {in[0], out[0], out[1], err[0], err[1]}) close(fd);
         if (chdir(cwd.c_str()) != 0) _exit(126);
-        if (!options.searchDir.empty()) {
-            const char* old = getenv("PATH");
-            std::string newPath = path(options.searchDir) + (old ? std::string(":") + old : std::string());
-            setenv("PATH", newPath.c_str(), 1);
-        }
-        std::vector<std::string> words = {options.program};
-        words.insert(words.end(), args.begin(), args.end());
-        std::vector<char*> argv;
-        for (std::string& w : words) argv.push_back(&w[0]);
-        argv.push_back(nullptr);
-        execvp(argv[0], argv.data());
-        _exit(127);
+        for (const std::string& e : env) putenv(const_cast<char*>(e.c_str()));
+        execArgs(args);
     }
-    close(pipeFds[1]);
-    close(inFds[0]);
-    char buf[4096];
-    for (ssize_t n; (n = ::read(pipeFds[0], buf, sizeof buf)) > 0;) result.output.append(buf, static_cast<size_t>(n));
-    close(pipeFds[0]);
+    close(in[0]);
+    close(out[1]);
+    close(err[1]);
+    pollfd fds[2] = {{out[0], POLLIN, 0}, {err[0], POLLIN, 0}};
+    std::string* sinks[2] = {&c.out, &c.err};
+    for (int open = 2; open > 0 && poll(fds, 2, -1) > 0;) {
+        for (int i = 0; i < 2; ++i) {
+            if (fds[i].fd < 0 || fds[i].revents == 0) continue;
+            char buf[4096];
+            const ssize_t n = ::read(fds[i].fd, buf, sizeof buf);
+            if (n > 0) {
+                sinks[i]->append(buf, static_cast<size_t>(n));
+            } else {
+                close(fds[i].fd);
+                fds[i].fd = -1;
+                --open;
+            }
+        }
+    }
     int status = 0;
-    if (pid > 0 && waitpid(pid, &status, 0) == pid && WIFEXITED(status)) result.exitCode = WEXITSTATUS(status);
+    if (pid > 0 && waitpid(pid, &status, 0) == pid && WIFEXITED(status)) c.exitCode = WEXITSTATUS(status);
+    return c;
+}
+
+}  // namespace
+
+Captured runProgram(const std::vector<std::string>& args, const std::string& cwd, const std::vector<std::string>& env) {
+    return spawn(args, cwd, env, "", false);
+}
+
+RunResult Sandbox::run(const std::vector<std::string>& args, const RunOptions& options) const {
+    std::vector<std::string> words = {options.program};
+    words.insert(words.end(), args.begin(), args.end());
+    std::vector<std::string> env;
+    if (!options.searchDir.empty()) {
+        const char* old = getenv("PATH");
+        env.push_back("PATH=" + path(options.searchDir) + (old ? std::string(":") + old : std::string()));
+    }
+    const Captured c = spawn(words, path(options.cwd), env, options.input, true);
+    RunResult result;
+    result.exitCode = c.exitCode;
+    result.output = c.out;
     return result;
 }

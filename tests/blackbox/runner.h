@@ -1,6 +1,7 @@
 // Black-box test helper: a fresh temporary folder with a copy of the built perfdc
 // in it (so that default output files land in that folder), runs of the program
-// with given standard input, and access to the files it leaves behind.
+// with given standard input, and access to the files it leaves behind; and runs of
+// any program with its standard output and error kept apart.
 #ifndef TESTS_BLACKBOX_RUNNER_H
 #define TESTS_BLACKBOX_RUNNER_H
 
@@ -28,7 +29,8 @@ struct RunOptions {
 
 class Sandbox {
 public:
-    // A copy of the built program goes to the relative path (folders created as needed).
+    // A copy of the built program goes to the relative path (folders created as needed);
+    // an empty path leaves the folder empty.
     explicit Sandbox(const std::string& program = "perfdc");
     ~Sandbox();
     Sandbox(const Sandbox&) = delete;
@@ -38,7 +40,7 @@ public:
 
     std::string path(const std::string& rel) const { return m_root + "/" + rel; }
     const std::string& root() const { return m_root; }
-    void write(const std::string& rel, const std::string& content) const;
+    std::string write(const std::string& rel, const std::string& content) const;  // returns the path
     std::string read(const std::string& rel) const;
     bool exists(const std::string& rel) const;
     // Names of the plain files directly in the folder, sorted.
@@ -47,6 +49,22 @@ public:
 private:
     std::string m_root;
 };
+
+// A temporary folder for the files of a test, without a program in it.
+struct TempDir : Sandbox {
+    TempDir() : Sandbox("") {}
+};
+
+struct Captured {
+    int exitCode = -1;  // -1 when the program did not exit normally
+    std::string out, err;
+};
+// Runs the program args[0] (found through PATH when it has no folder) with extra
+// environment entries ("NAME=value"); standard input is empty.
+Captured runProgram(const std::vector<std::string>& args, const std::string& cwd = ".",
+                    const std::vector<std::string>& env = {});
+// In a forked child: runs the program args[0] with args, or exits with 127.
+[[noreturn]] void execArgs(const std::vector<std::string>& args);
 
 // Lines of a text, without their line ends.
 std::vector<std::string> splitLines(const std::string& text);

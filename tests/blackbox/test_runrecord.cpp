@@ -55,11 +55,9 @@ TEST(RunRecord, FreshThenAppendedBesideTheTable)
 
     std::vector<Json> lines = records(box, "suite.runs.jsonl");
     ASSERT_EQ(lines.size(), 2u);
+    // (The record's layout, every host fact with its value or reason: the unit tests on
+    // simulated hosts.)
     for (const Json& r : lines) {
-        for (const char* key : {"start", "command", "host", "build", "clock", "tests"}) EXPECT_TRUE(r.contains(key)) << key;
-        for (const char* key : {"cpu", "logical_cpus", "threads_per_core", "hypervisor", "tsc_hz", "invariant_tsc", "kernel",
-                                "governor", "boost"})
-            EXPECT_TRUE(r["host"].contains(key)) << key;
         EXPECT_TRUE(r["host"]["tsc_hz"].is_number());  // measured over the run where no leaf states it
         EXPECT_TRUE(r["clock"]["core_per_tick_start"].is_number());
         EXPECT_TRUE(r["build"].contains("preload"));

@@ -6,64 +6,20 @@
 #include "cputest.h"
 #include "helpers.h"
 #include "libenv.h"
+#include "simhost.h"
 #include "ticker.h"
 
 #include <gtest/gtest.h>
 
-#include <cstring>
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <vector>
 
 namespace {
 
-struct Leaf {
-    unsigned leaf, sub;
-    psCpuidRegs regs;
-};
-
-// A simulated processor and operating system; unlisted leaves answer all zero.
-struct Machine {
-    std::vector<Leaf> leaves;
-    unsigned long long xcr0 = 0;
-    long long osCacheBytes = 0;
-    long processors = 0;
-};
-
-const Machine* g_machine = nullptr;
-bool g_xgetbvCalled = false;
-
-psCpuidRegs simCpuid(unsigned leaf, unsigned sub)
-{
-    for (const Leaf& l : g_machine->leaves)
-        if (l.leaf == leaf && l.sub == sub) return l.regs;
-    return psCpuidRegs();
-}
-unsigned long long simXgetbv()
-{
-    g_xgetbvCalled = true;
-    return g_machine->xcr0;
-}
-long long simOsCache() { return g_machine->osCacheBytes; }
-long simProcessors() { return g_machine->processors; }
-
-const psHostSource kSimulated = {simCpuid, simXgetbv, simOsCache, simProcessors};
-
-psCpuidRegs regs(unsigned a, unsigned b = 0, unsigned c = 0, unsigned d = 0)
-{
-    psCpuidRegs r;
-    r.a = a, r.b = b, r.c = c, r.d = d;
-    return r;
-}
-// 16 characters as the registers a, b, c, d of one brand leaf.
-psCpuidRegs text16(const char* text)
-{
-    unsigned v[4] = {0, 0, 0, 0};
-    std::memcpy(v, text, std::min<size_t>(std::strlen(text), 16));
-    return regs(v[0], v[1], v[2], v[3]);
-}
 // Leaf 0: the highest basic leaf and a vendor text of 12 characters (b, d, c).
-Leaf vendorLeaf(unsigned maxLeaf, const char* vendor)
+SimLeaf vendorLeaf(unsigned maxLeaf, const char* vendor)
 {
     unsigned v[3] = {0, 0, 0};
     std::memcpy(v, vendor, std::min<size_t>(std::strlen(vendor), 12));
@@ -78,22 +34,14 @@ psCpuidRegs cacheEntry(unsigned type, unsigned line, unsigned ways, unsigned set
 const long long KB = 1024, MB = 1024 * KB;
 const unsigned kExt = 0x80000000u;
 
-// A simulated host; the frequency is preset so that no test waits for its estimate.
+// The frequency is preset so that no test waits for its estimate.
 class HostFacts : public ::testing::Test {
 protected:
     void SetUp() override { psCpuTicker::m_freqMHz = 2400; }
     void TearDown() override
     {
-        psSimulateHost(nullptr);
-        g_machine = nullptr;
         psCpuTicker::m_freqMHz = m_savedFreq;
         lum_GetMaxCacheSizeB = m_savedSlot;
-    }
-    void simulate(const Machine& m)
-    {
-        g_machine = &m;
-        g_xgetbvCalled = false;
-        psSimulateHost(&kSimulated);
     }
     unsigned m_savedFreq = psCpuTicker::m_freqMHz;
     psLumGetMaxCacheSizeBFunc m_savedSlot = lum_GetMaxCacheSizeB;
@@ -101,7 +49,7 @@ protected:
 
 TEST_F(HostFacts, FallbackCacheDetectionTakesTheFirstSourceThatAnswers)
 {
-    const struct { const char* machine; Machine m; LumStatus status; long long size; } cases[] = {
+    const struct { const char* machine; SimHost m; LumStatus status; long long size; } cases[] = {
         {"Intel: leaf 4, ahead of the legacy L2",
          {{vendorLeaf(0x1F, "GenuineIntel"), {kExt, 0, regs(0x80000008u)}, {0x80000006u, 0, regs(0, 0, 1280u << 16)},
            {4, 0, cacheEntry(1, 64, 12, 64)}, {4, 1, cacheEntry(2, 64, 8, 1 << 20)}, {4, 2, cacheEntry(3, 64, 16, 32768)}},
@@ -127,7 +75,7 @@ TEST_F(HostFacts, FallbackCacheDetectionTakesTheFirstSourceThatAnswers)
         {"no CPUID answer and no OS answer", {}, PS_CACHE_NO_CPU_SUPPORT, 0},
     };
     for (const auto& c : cases) {
-        simulate(c.m);
+        Simulated host(c.m);
         int size = -1;
         EXPECT_EQ(ps_lumGetMaxCacheSizeB(&size), c.status) << c.machine;
         EXPECT_EQ(size, c.size) << c.machine;
@@ -135,13 +83,15 @@ TEST_F(HostFacts, FallbackCacheDetectionTakesTheFirstSourceThatAnswers)
 }
 
 // Leaf 1 ECX of an SSE4.2 processor (SSE3, CLMUL, SSSE3, SSE4.1, SSE4.2, POPCNT), with
-// OSXSAVE and AVX as asked; leaf 7 EBX with BMI1, AVX2, BMI2; LZCNT in 0x80000001.
-Machine avx2Machine(bool osxsave, unsigned long long xcr0)
+// OSXSAVE and AVX as asked; leaf 7 EBX with BMI1, AVX2, BMI2, and AVX512F, AVX512BW,
+// AVX512VL with VPCLMUL in ECX when asked; LZCNT in 0x80000001.
+SimHost avx2Machine(bool osxsave, unsigned long long xcr0, bool avx512 = false)
 {
     const unsigned sse42 = 1u << 0 | 1u << 1 | 1u << 9 | 1u << 19 | 1u << 20 | 1u << 23;
-    Machine m;
+    const unsigned avx512b = avx512 ? 1u << 16 | 1u << 30 | 1u << 31 : 0;
+    SimHost m;
     m.leaves = {vendorLeaf(0xD, "AuthenticAMD"), {1, 0, regs(0, 0, sse42 | (osxsave ? 1u << 27 : 0) | 1u << 28, 1u << 26)},
-                {7, 0, regs(0, 1u << 3 | 1u << 5 | 1u << 8)}, {kExt, 0, regs(0x80000004u)},
+                {7, 0, regs(0, 1u << 3 | 1u << 5 | 1u << 8 | avx512b, avx512 ? 1u << 10 : 0)}, {kExt, 0, regs(0x80000004u)},
                 {0x80000001u, 0, regs(0, 0, 1u << 5)}, {0x80000002u, 0, text16("  Simulated Pro")},
                 {0x80000003u, 0, text16("cessor\x01 8 cores")}, {0x80000004u, 0, text16("")}};
     m.xcr0 = xcr0;
@@ -149,51 +99,35 @@ Machine avx2Machine(bool osxsave, unsigned long long xcr0)
     return m;
 }
 
-TEST_F(HostFacts, AvxNeedsTheRegisterStateTheOsSaves)
-{
-    const struct { bool osxsave; unsigned long long xcr0; const char* level; bool xgetbv; } cases[] = {
-        {true, 0x7, "AVX2", true},
-        {true, 0x3, "SSE42", true},    // the OS does not save the YMM registers
-        {false, 0x7, "SSE42", false},  // XGETBV itself is not allowed
-    };
-    for (const auto& c : cases) {
-        Machine m = avx2Machine(c.osxsave, c.xcr0);
-        simulate(m);
-        Lum64u features = psCpuFeatures::detected();
-        EXPECT_EQ(psCpuFeatures::levelOf(features).str(), c.level) << c.xcr0;
-        EXPECT_EQ((features & lumCpuFeatureAVX2) != 0, std::string(c.level) == "AVX2");
-        EXPECT_EQ(g_xgetbvCalled, c.xgetbv) << c.osxsave;
-    }
-}
-
-TEST_F(HostFacts, Avx512NeedsTheZmmStateTheOsSaves)
+TEST_F(HostFacts, VectorExtensionsNeedTheRegisterStateTheOsSaves)
 {
     const Lum64u avx512 = lumCpuFeatureAVX512F | lumCpuFeatureAVX512BW | lumCpuFeatureAVX512VL;
-    const struct { const char* label; unsigned long long xcr0; bool usable; const char* level; } cases[] = {
-        {"the OS saves the opmask and ZMM registers", 0xE7, true, "AVX512"},
-        {"XGETBV bits 5-7 clear: AVX-512 in CPUID only", 0x7, false, "AVX2"},
-        {"only the upper ZMM halves missing (bit 6)", 0xA7, false, "AVX2"},
+    const struct { const char* label; bool osxsave, avx512; unsigned long long xcr0; const char* level; bool xgetbv; } cases[] = {
+        {"AVX2 with the YMM state saved", true, false, 0x7, "AVX2", true},
+        {"the OS does not save the YMM registers", true, false, 0x3, "SSE42", true},
+        {"XGETBV itself is not allowed", false, false, 0x7, "SSE42", false},
+        {"the OS saves the opmask and ZMM registers", true, true, 0xE7, "AVX512", true},
+        {"XGETBV bits 5-7 clear: AVX-512 in CPUID only", true, true, 0x7, "AVX2", true},
+        {"only the upper ZMM halves missing (bit 6)", true, true, 0xA7, "AVX2", true},
     };
     for (const auto& c : cases) {
-        Machine m = avx2Machine(true, c.xcr0);
-        for (Leaf& l : m.leaves) {  // leaf 7 also announces AVX512F, AVX512BW, AVX512VL and VPCLMUL
-            if (l.leaf != 7) continue;
-            l.regs.b |= 1u << 16 | 1u << 30 | 1u << 31;
-            l.regs.c |= 1u << 10;
-        }
-        simulate(m);
+        SCOPED_TRACE(c.label);
+        const SimHost m = avx2Machine(c.osxsave, c.xcr0, c.avx512);
+        Simulated host(m);
         const Lum64u features = psCpuFeatures::detected();
-        EXPECT_EQ((features & avx512) == avx512, c.usable) << c.label;
-        EXPECT_EQ((features & avx512) == 0, !c.usable) << c.label;
-        EXPECT_EQ(psCpuFeatures::levelOf(features).str(), c.level) << c.label;
+        EXPECT_EQ(psCpuFeatures::levelOf(features).str(), c.level);
+        EXPECT_EQ((features & lumCpuFeatureAVX2) != 0, std::string(c.level) != "SSE42");
+        EXPECT_EQ(features & avx512, std::string(c.level) == "AVX512" ? avx512 : 0) << "all three or none";
+        EXPECT_EQ(g_xgetbvCalled, c.xgetbv);
     }
 }
 
 TEST_F(HostFacts, GatheredFactsAndTheOneLineDescription)
 {
-    Machine m = avx2Machine(true, 0x7);
+    SimHost m = avx2Machine(true, 0x7);
     m.leaves.push_back({2, 0, regs(0x00440001u)});  // a 1 MB cache among the leaf-2 descriptors
-    simulate(m);
+    std::optional<Simulated> host;
+    host.emplace(m);
     // A library that does not answer leaves the cache to the framework's own detection.
     lum_GetMaxCacheSizeB = [](int* size) { *size = 0; return LumStatus(-8); };
     psHostFacts f = psHostFacts::gather();
@@ -205,9 +139,9 @@ TEST_F(HostFacts, GatheredFactsAndTheOneLineDescription)
     EXPECT_EQ(cpuInfo().str(), "Simulated Processor 8 cores, 8 logical processors, features up to AVX2");
 
     // Nothing answers: no brand, no vendor, no processor count.
-    Machine empty;
+    SimHost empty;
     empty.processors = -1;
-    simulate(empty);
+    host.emplace(empty);  // ends the first simulation before this one begins
     f = psHostFacts::gather();
     EXPECT_TRUE(f.vendor.empty() && f.brand.empty());
     EXPECT_EQ(f.features, 0u);

@@ -21,7 +21,6 @@ struct Script {
     std::vector<long long> minClocks;                // *clocks on entry of the stat kernel
     int calls = 0;
     int inits = 0;
-    int resets = 0;
     std::vector<int> statuses;                       // statuses the call function returns in turn
 };
 Script g_s;
@@ -51,7 +50,6 @@ psResult statKernel(int* n, long long* clocks) {
 int callFunc() { int i = g_s.calls++; return i < static_cast<int>(g_s.statuses.size()) ? g_s.statuses[i] : 0; }
 
 int initFunc() { return ++g_s.inits, 0; }
-int resetFunc() { return ++g_s.resets, 1; }
 
 psResult customKernel(psTool& tool, int n) {
     g_s.counts.push_back(n);
@@ -197,28 +195,32 @@ TEST_F(TimingTest, BadStatusIsAvoidedByHalvingTheLoopsWhenInitCallsAreOn) {
 // ---------------------------------------------------------------- Manual and Statistic
 
 TEST_F(TimingTest, ManualAndStatisticFallBackOnEachOther) {
-    tool.setMethodLoop(7);
-    Capture statInstead;
-    g_ostrm.setOutLevel(ERR);
-    EXPECT_EQ(OK, tool.timing(nullptr, statKernel, nullptr, nullptr));
-    EXPECT_EQ(" ATTENTION! The test cannot execute Manual loop timing.\n Statistic timing will be run instead.\n",
-              statInstead.text());
-    EXPECT_EQ(psTool::STATISTIC, tool.getMethod());
-    EXPECT_EQ((std::vector<int>{7}), g_s.counts);
-    EXPECT_EQ((std::vector<long long>{0}), g_s.minClocks) << "no minimum clock total";
-    EXPECT_STREQ("nCalls=7", tool.getComment());
-
-    SetUp();
-    tool.setMethodStat(12, 5000);
-    Capture loopInstead;
-    g_ostrm.setOutLevel(ERR);
-    EXPECT_EQ(OK, tool.timing(loopKernel, nullptr, nullptr, nullptr));
-    EXPECT_EQ(" ATTENTION! The test cannot execute Statistic timing.\n Manual loop timing will be run instead.\n",
-              loopInstead.text());
-    EXPECT_EQ(psTool::MANUAL, tool.getMethod());
-    EXPECT_EQ((std::vector<int>{12}), g_s.counts);
-    EXPECT_STREQ("nLps=12", tool.getComment());
-    EXPECT_DOUBLE_EQ(100.0, tool.getFuncClocks());
+    // minClocks: the minimum clock totals the stat kernel was given
+    struct Case { bool manual; const char* notice; int method; std::vector<long long> minClocks; const char* comment; };
+    const Case cases[] = {
+        {true, " ATTENTION! The test cannot execute Manual loop timing.\n Statistic timing will be run instead.\n",
+         psTool::STATISTIC, {0}, "nCalls=7"},
+        {false, " ATTENTION! The test cannot execute Statistic timing.\n Manual loop timing will be run instead.\n",
+         psTool::MANUAL, {}, "nLps=7"},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.comment);
+        SetUp();
+        psTool t;
+        if (c.manual)
+            t.setMethodLoop(7);
+        else
+            t.setMethodStat(7, 5000);
+        Capture out;
+        g_ostrm.setOutLevel(ERR);
+        EXPECT_EQ(OK, t.timing(c.manual ? nullptr : loopKernel, c.manual ? statKernel : nullptr, nullptr, nullptr));
+        EXPECT_EQ(c.notice, out.text());
+        EXPECT_EQ(c.method, t.getMethod());
+        EXPECT_EQ((std::vector<int>{7}), g_s.counts);
+        EXPECT_EQ(c.minClocks, g_s.minClocks) << "no minimum clock total";
+        EXPECT_STREQ(c.comment, t.getComment());
+        EXPECT_DOUBLE_EQ(100.0, t.getFuncClocks());
+    }
 }
 
 TEST_F(TimingTest, ManualLogsItsStepsAtTheProcessLevel) {
@@ -281,15 +283,10 @@ TEST_F(TimingTest, LibraryStatusesAreConvertedAndAnErrorStopsEarly) {
     }
 }
 
-TEST_F(TimingTest, SetAndUseResetsTheVectorsBeforeEveryTimedCall) {
-    psTool::m_pResetVectors = resetFunc;
+// (The vectors are reset before every timed call: the lifecycle's Set&Use test.)
+TEST_F(TimingTest, SetAndUseWithoutACallFunctionMeasuresNothing) {
     tool.setSetAndUse(true);
     tool.setMethodLoop(4);
-    EXPECT_EQ(OK, tool.timing(nullptr, nullptr, callFunc, nullptr));
-    EXPECT_EQ(4, g_s.resets);
-    EXPECT_EQ(5, g_s.calls);
-    // Without a call function there is nothing to measure in this mode.
-    SetUp();
     EXPECT_EQ(UNDEFINED, tool.timing(loopKernel, nullptr, nullptr, nullptr));
     EXPECT_TRUE(g_s.counts.empty());
 }

@@ -1,8 +1,9 @@
-// Shared by the report tests: small tables written in the tests, a temporary
-// folder, and programs run with their standard output and error captured.
+// Shared by the report tests: small tables and run records written in the tests.
+// (Temporary folders and program runs: the black-box runner.)
 #ifndef TESTS_REPORT_HELPERS_H
 #define TESTS_REPORT_HELPERS_H
 
+#include "runner.h"
 #include "table.h"
 
 #include <nlohmann/json.hpp>
@@ -24,31 +25,5 @@ nlohmann::json recordOf(const std::string& start, const std::vector<std::pair<st
 // A table read as the report reads it, with the record lines attached.
 report::Table recordedTableOf(const std::string& text, const std::vector<nlohmann::json>& record,
                               const std::string& name = "t.csv");
-
-class TempDir {
-public:
-    TempDir();
-    ~TempDir();
-    TempDir(const TempDir&) = delete;
-    TempDir& operator=(const TempDir&) = delete;
-    std::string path(const std::string& rel) const { return m_root + "/" + rel; }
-    std::string write(const std::string& rel, const std::string& content) const;  // returns the path
-    std::string read(const std::string& rel) const;
-
-private:
-    std::string m_root;
-};
-
-struct Captured {
-    int exitCode = -1;  // -1 when the program did not exit normally
-    std::string out, err;
-};
-
-std::string slurp(const std::string& file);
-// In a forked child: runs the program args[0] with args, or exits with 127.
-[[noreturn]] void execArgs(const std::vector<std::string>& args);
-// Runs a program with extra environment entries ("NAME=value"); standard input is empty.
-Captured runProgram(const std::vector<std::string>& args, const std::string& cwd = ".",
-                    const std::vector<std::string>& env = {});
 
 #endif
