@@ -1,5 +1,6 @@
 // RLE, dictionary, MTF, Z1Z2 and block decoding: each against a plain reference or known
 // codes, streaming through small pieces and rooms, and the errors of each.
+#include "bz2_format.h"
 #include "test_bz2_common.h"
 
 namespace {
@@ -151,7 +152,8 @@ TEST(Bz2Z1Z2, DecodeStopsAtCorruptSymbolsAndLongRuns) {
 
 // ---- Block decoding ----------------------------------------------------------------------
 
-LumStatus decodeBlock(Chain c, Bytes& out, int room) {
+// The block's own bytes are first-stage data here, so decoding gives them back.
+LumStatus decodeBlock(bz2::Chain c, Bytes& out, int room) {
     Area<> buff([&](int* sz) { return lumsBWTInvGetSize_8u(room, sz); });
     out.assign(static_cast<size_t>(room), 0);
     const LumStatus sts = lumsDecodeBlock_BZ2_16u8u(ptr(c.symbols), static_cast<int>(c.symbols.size()), out.data(),
@@ -161,19 +163,26 @@ LumStatus decodeBlock(Chain c, Bytes& out, int room) {
 }
 
 TEST(Bz2Block, DecodesTheChainAndRefusesBadBlocks) {
-    const Chain good = encodeChain(repeated("a block of a few words, ", 3));
-    const int room = static_cast<int>(good.rle.size());
+    const Bytes block = repeated("a block of a few words, ", 3);
+    const bz2::Chain good = bz2::encodeChain(block, lumBWTAutoSort, false);
+    const int room = static_cast<int>(block.size());
     Bytes out;
     EXPECT_EQ(decodeBlock(good, out, room), lumStsNoErr);
-    EXPECT_EQ(out, good.rle);
+    EXPECT_EQ(out, block);
     EXPECT_EQ(decodeBlock(good, out, room - 1), lumStsSizeErr);
-    Chain bad[4] = {good, good, good, good};
-    bad[0].index = room;
-    bad[1].symbols[3] = static_cast<Lum16u>(good.sizeDictionary + 1);  // beyond the dictionary
-    bad[2].sizeDictionary = 0;
-    bad[3].symbols.insert(bad[3].symbols.begin() + 2, 32, Lum16u{1});  // a run of 2^33 - 2 zeros
-    const LumStatus want[] = {lumStsCorruptDataErr, lumStsCorruptDataErr, lumStsBadArgErr, lumStsCorruptDataErr};
-    for (int i = 0; i < 4; ++i) EXPECT_EQ(decodeBlock(bad[i], out, room), want[i]) << "bad block " << i;
+    struct Case {
+        const char* what;
+        bz2::Chain chain;
+        LumStatus want;
+    } cases[] = {{"index past the block", good, lumStsCorruptDataErr},
+                 {"symbol beyond the dictionary", good, lumStsCorruptDataErr},
+                 {"empty dictionary", good, lumStsBadArgErr},
+                 {"a run of 2^33 - 2 zeros", good, lumStsCorruptDataErr}};
+    cases[0].chain.index = room;
+    cases[1].chain.symbols[3] = static_cast<Lum16u>(good.sizeDictionary + 1);
+    cases[2].chain.sizeDictionary = 0;
+    cases[3].chain.symbols.insert(cases[3].chain.symbols.begin() + 2, 32, Lum16u{1});
+    for (const Case& c : cases) EXPECT_EQ(decodeBlock(c.chain, out, room), c.want) << c.what;
 }
 
 // ---- Arguments and work areas of the streaming stages -----------------------------------
