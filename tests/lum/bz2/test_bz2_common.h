@@ -87,19 +87,6 @@ std::vector<Out> drain(std::vector<In> in, int room, Step step) {
     return out;
 }
 
-// The RLE decoder as a drain() step: `*n` is the room on the way in, the bytes written on
-// the way out.
-inline auto rleDecodeStep(LumRLEState_BZ2* st) {
-    return [st](Lum8u** p, int* left, Lum8u* d, int* n) {
-        Lum8u* const start = d;
-        const int room = *n;
-        const LumStatus sts = lumsDecodeRLEState_BZ2_8u(p, left, &d, n, st);
-        EXPECT_EQ(d - start, room - *n);
-        *n = room - *n;
-        return sts;
-    };
-}
-
 }  // namespace bz2test
 
 #endif
