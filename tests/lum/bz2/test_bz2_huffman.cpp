@@ -22,10 +22,16 @@ Bytes encodeBlock(int sizeDictionary, const Symbols& sym) {
     EncState area;
     Lum32u freq[258] = {}, code = 0;
     int bits = 0;
-    Bytes out;
+    Bytes out(sym.size() * 3 + 40000);
+    int packed = int(out.size());
     EXPECT_EQ(lumsEncodeHuffInit_BZ2_16u8u(sizeDictionary, freq, sym.data(), int(sym.size()), area.get()), lumStsNoErr);
-    EXPECT_EQ(huffEncode(area.get(), sym, code, bits, out), lumStsNoErr);
+    EXPECT_EQ(lumsPackHuffContext_BZ2_16u8u(&code, &bits, out.data(), &packed, area.get()), lumStsNoErr);
+    const Lum16u* src = sym.data();
+    int left = int(sym.size()), coded = int(out.size()) - packed;
+    EXPECT_EQ(lumsEncodeHuff_BZ2_16u8u(&code, &bits, &src, &left, out.data() + packed, &coded, area.get()), lumStsNoErr);
+    EXPECT_EQ(left, 0);
     EXPECT_LT(bits, 8);
+    out.resize(size_t(packed + coded));
     flushBits(code, bits, out);
     return out;
 }
@@ -35,10 +41,15 @@ Symbols decodeBlock(int sizeDictionary, const Bytes& in, LumStatus& status, int 
     DecState area;
     EXPECT_EQ(lumsDecodeHuffInit_BZ2_8u16u(sizeDictionary, area.get()), lumStsNoErr);
     Lum32u code = 0;
-    int bits = 0, srcLen = int(in.size());
+    int bits = 0, srcLen = int(in.size()), n = 0;
     const Lum8u* src = in.data();
     Symbols out(static_cast<size_t>(room));
-    status = huffDecode(area.get(), code, bits, src, srcLen, out);
+    status = lumsUnpackHuffContext_BZ2_8u16u(&code, &bits, &src, &srcLen, area.get());
+    if (status == lumStsNoErr) {
+        n = room;
+        status = lumsDecodeHuff_BZ2_8u16u(&code, &bits, &src, &srcLen, out.data(), &n, area.get());
+    }
+    out.resize(static_cast<size_t>(n));
     return out;
 }
 

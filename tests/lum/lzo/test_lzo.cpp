@@ -6,7 +6,6 @@
 #include <lzo/lzo1x.h>
 
 #include <cstring>
-#include <functional>
 #include <memory>
 #include <random>
 #include <string>
@@ -256,36 +255,33 @@ TEST(Lzo, BadArgumentsGiveTheirStatus) {
     auto* st = reinterpret_cast<LumLZOState_8u*>(state.data());
     const Bytes mt = encode(lumLZO1XMT, src);  // the container says 100 bytes
     int len = 300, neg = -1, ten = 10, short99 = 99;
-    // Run in order: the encode call before the init meets an uninitialised state.
-    std::vector<std::tuple<std::string, LumStatus, std::function<LumStatus()>>> cases = {
-        {"size: no result", lumStsNullPtrErr, [&] { return lumsEncodeLZOGetSize(lumLZO1XST, 100, nullptr); }},
-        {"size: method 2", lumStsBadArgErr, [&] { return lumsEncodeLZOGetSize(LumLZOMethod(2), 100, &size); }},
-        {"size: negative length", lumStsSizeErr, [&] { return lumsEncodeLZOGetSize(lumLZO1XMT, -1, &size); }},
-        {"init: method -1", lumStsBadArgErr, [&] { return lumsEncodeLZOInit_8u(LumLZOMethod(-1), 100, st); }},
-        {"init: no state", lumStsNullPtrErr, [&] { return lumsEncodeLZOInit_8u(lumLZO1XST, 100, nullptr); }},
-        {"encode: state not initialised", lumStsContextMatchErr,
-         [&] { return lumsEncodeLZO_8u(src.data(), 100, dst.data(), &len, st); }},
-        {"init", lumStsNoErr, [&] { return lumsEncodeLZOInit_8u(lumLZO1XST, 100, st); }},
-        {"encode: no source", lumStsNullPtrErr, [&] { return lumsEncodeLZO_8u(nullptr, 100, dst.data(), &len, st); }},
-        {"encode: no destination", lumStsNullPtrErr, [&] { return lumsEncodeLZO_8u(src.data(), 100, nullptr, &len, st); }},
-        {"encode: no length", lumStsNullPtrErr, [&] { return lumsEncodeLZO_8u(src.data(), 100, dst.data(), nullptr, st); }},
-        {"encode: no state", lumStsNullPtrErr, [&] { return lumsEncodeLZO_8u(src.data(), 100, dst.data(), &len, nullptr); }},
-        {"encode: negative length", lumStsSizeErr, [&] { return lumsEncodeLZO_8u(src.data(), -1, dst.data(), &len, st); }},
-    };
+    // In order: the encode call before the init meets an uninitialised state.
+    lumtest::expectStatuses({
+        {"size: no result", lumsEncodeLZOGetSize(lumLZO1XST, 100, nullptr), lumStsNullPtrErr},
+        {"size: method 2", lumsEncodeLZOGetSize(LumLZOMethod(2), 100, &size), lumStsBadArgErr},
+        {"size: negative length", lumsEncodeLZOGetSize(lumLZO1XMT, -1, &size), lumStsSizeErr},
+        {"init: method -1", lumsEncodeLZOInit_8u(LumLZOMethod(-1), 100, st), lumStsBadArgErr},
+        {"init: no state", lumsEncodeLZOInit_8u(lumLZO1XST, 100, nullptr), lumStsNullPtrErr},
+        {"encode: state not initialised", lumsEncodeLZO_8u(src.data(), 100, dst.data(), &len, st), lumStsContextMatchErr},
+        {"init", lumsEncodeLZOInit_8u(lumLZO1XST, 100, st), lumStsNoErr},
+        {"encode: no source", lumsEncodeLZO_8u(nullptr, 100, dst.data(), &len, st), lumStsNullPtrErr},
+        {"encode: no destination", lumsEncodeLZO_8u(src.data(), 100, nullptr, &len, st), lumStsNullPtrErr},
+        {"encode: no length", lumsEncodeLZO_8u(src.data(), 100, dst.data(), nullptr, st), lumStsNullPtrErr},
+        {"encode: no state", lumsEncodeLZO_8u(src.data(), 100, dst.data(), &len, nullptr), lumStsNullPtrErr},
+        {"encode: negative length", lumsEncodeLZO_8u(src.data(), -1, dst.data(), &len, st), lumStsSizeErr},
+    });
     for (Decoder decode : kDecoders) {
-        const std::string d = decode == lumsDecodeLZO_8u ? "decode: " : "safe decode: ";
-        cases.insert(cases.end(), {
-            {d + "no source", lumStsNullPtrErr, [&, decode] { return decode(nullptr, 3, dst.data(), &ten); }},
-            {d + "no destination", lumStsNullPtrErr, [&, decode] { return decode(src.data(), 3, nullptr, &ten); }},
-            {d + "no length", lumStsNullPtrErr, [&, decode] { return decode(src.data(), 3, dst.data(), nullptr); }},
-            {d + "negative source length", lumStsSizeErr, [&, decode] { return decode(src.data(), -1, dst.data(), &ten); }},
-            {d + "negative room", lumStsSizeErr, [&, decode] { return decode(src.data(), 3, dst.data(), &neg); }},
-            {d + "empty source", lumStsCorruptDataErr, [&, decode] { return decode(src.data(), 0, dst.data(), &ten); }},
-            {d + "container larger than the room", lumStsSizeErr,
-             [&, decode] { return decode(mt.data(), int(mt.size()), dst.data(), &short99); }},
+        SCOPED_TRACE(decode == lumsDecodeLZO_8u ? "decode" : "safe decode");
+        lumtest::expectStatuses({
+            {"no source", decode(nullptr, 3, dst.data(), &ten), lumStsNullPtrErr},
+            {"no destination", decode(src.data(), 3, nullptr, &ten), lumStsNullPtrErr},
+            {"no length", decode(src.data(), 3, dst.data(), nullptr), lumStsNullPtrErr},
+            {"negative source length", decode(src.data(), -1, dst.data(), &ten), lumStsSizeErr},
+            {"negative room", decode(src.data(), 3, dst.data(), &neg), lumStsSizeErr},
+            {"empty source", decode(src.data(), 0, dst.data(), &ten), lumStsCorruptDataErr},
+            {"container larger than the room", decode(mt.data(), int(mt.size()), dst.data(), &short99), lumStsSizeErr},
         });
     }
-    for (const auto& [what, expect, call] : cases) EXPECT_EQ(call(), expect) << what;
     EXPECT_EQ(std::count(dst.begin(), dst.end(), 0), 300);
 }
 
