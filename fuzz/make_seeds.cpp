@@ -13,6 +13,7 @@
 #include <string>
 
 #include "bz2_format.h"
+#include "fuzz.h"
 
 namespace {
 

@@ -6,7 +6,7 @@
 #include <climits>
 #include <numeric>
 
-#include "fuzz.h"
+#include "check.h"
 
 namespace plain {
 

@@ -1,6 +1,7 @@
 // Block decoding (Z1Z2, inverse MTF, inverse BWT with any index, expansion) against the
 // plain stages. The payload is a 32-byte in-use bitmap and the symbols (16 bits, little
 // endian); the tail gives the index and the room.
+#include "fuzz.h"
 #include "plain.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {

@@ -1,5 +1,6 @@
 // Inverse BWT of any last column with any index: libbz2's walk for an index inside the
 // block, lumStsBadArgErr for one outside it.
+#include "fuzz.h"
 #include "plain.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {

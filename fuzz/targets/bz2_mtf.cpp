@@ -1,4 +1,5 @@
 // Inverse MTF in pieces, the list carried in the state, equals the plain decoder.
+#include "fuzz.h"
 #include "plain.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {

@@ -1,4 +1,5 @@
 // RLE state decoding in pieces of source and room equals the plain decoder.
+#include "fuzz.h"
 #include "plain.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {

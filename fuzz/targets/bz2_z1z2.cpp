@@ -1,5 +1,6 @@
 // Z1Z2 decoding with the room in pieces equals the plain decoder; corrupt symbols and
 // runs are refused with the source at them.
+#include "fuzz.h"
 #include "plain.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {

@@ -1,5 +1,6 @@
 // The LZSS decoder fed its source and room in pieces against the plain decoder: any byte
 // sequence is a stream, and the pieces must not change what comes out.
+#include "fuzz.h"
 #include "plain.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {

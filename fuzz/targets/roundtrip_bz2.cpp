@@ -5,6 +5,7 @@
 #include <bzlib.h>
 
 #include "bz2_format.h"
+#include "fuzz.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     fuzz::Input in(data, size);

@@ -1,5 +1,6 @@
 // The LZSS encoder in pieces of source and room, flushed, from a work area at any offset:
 // the plain decoder gives the data back.
+#include "fuzz.h"
 #include "plain.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {

@@ -1,5 +1,6 @@
 // RLE, dictionary, MTF, Z1Z2 and block decoding: each against a plain reference or known
 // codes, streaming through small pieces and rooms, and the errors of each.
+#include "bz2_format.h"
 #include "test_bz2_common.h"
 
 namespace {
@@ -22,24 +23,23 @@ Mtf newMtf() {
 
 // ---- RLE -------------------------------------------------------------------------------
 
-// Runs the RLE encoder (then its flush) or decoder over s in pieces of `piece` bytes with
-// `room` bytes of room per call, resuming after every warning.
-Bytes rle(Rle& r, bool encode, const Bytes& s, size_t piece, int room) {
+// Runs the RLE encoder, then its flush, over s in pieces of `piece` bytes with `room` bytes
+// of room per call, resuming after every warning. (The decoder in pieces: the bz2_rle fuzz
+// target.)
+Bytes rleEncode(Rle& r, const Bytes& s, size_t piece, int room) {
     Bytes out;
     const auto run = [&](const Bytes& chunk, bool flush) {
         const Bytes part = drain<Lum8u>(chunk, room, [&](Lum8u** p, int* left, Lum8u* d, int* n) {
-            if (!encode) return rleDecodeStep(r.get())(p, left, d, n);
             return flush ? lumsEncodeRLEFlush_BZ2_8u(d, n, r.get()) : lumsEncodeRLE_BZ2_8u(p, left, d, n, r.get());
         });
         out.insert(out.end(), part.begin(), part.end());
     };
     for (size_t at = 0; at < s.size(); at += piece) run(Bytes(s.begin() + long(at), s.begin() + long(std::min(s.size(), at + piece))), false);
-    if (encode) run({}, true);
+    run({}, true);
     return out;
 }
 
 TEST(Bz2Rle, CodesEveryRunLengthThroughAnyPiecesAndRooms) {
-    const Bytes r7(4, 7);
     const std::pair<Bytes, Bytes> cases[] = {
         {{}, {}}, {{7, 7, 7}, {7, 7, 7}}, {Bytes(4, 7), {7, 7, 7, 7, 0}}, {Bytes(255, 7), {7, 7, 7, 7, 251}},
         {Bytes(256, 7), {7, 7, 7, 7, 251, 7}}, {Bytes(510, 7), {7, 7, 7, 7, 251, 7, 7, 7, 7, 251}},
@@ -47,18 +47,17 @@ TEST(Bz2Rle, CodesEveryRunLengthThroughAnyPiecesAndRooms) {
     const std::pair<size_t, int> shapes[] = {{1 << 20, 1 << 20}, {1, 1}, {7, 3}, {300, 5}};
     for (const auto& [piece, room] : shapes) {
         for (const auto& [in, out] : cases) {
-            Rle enc = newRle(), dec = newRle();
-            ASSERT_EQ(rle(enc, true, in, piece, room), out) << in.size() << " " << piece << " " << room;
-            ASSERT_EQ(rle(dec, false, out, piece, room), in);
+            Rle enc = newRle();
+            ASSERT_EQ(rleEncode(enc, in, piece, room), out) << in.size() << " " << piece << " " << room;
         }
         // Longer data with runs around every limit gives the same codes whatever the shape.
         Bytes s;
         std::mt19937 gen(3);
         for (int k = 0; k < 300; ++k) s.insert(s.end(), k % 2 ? 250 + gen() % 12 : 1 + gen() % 600, gen() % 4);
-        Rle whole = newRle(), cut = newRle(), dec = newRle();
-        const Bytes coded = rle(whole, true, s, 1 << 20, 1 << 20);
-        ASSERT_EQ(rle(cut, true, s, piece, room), coded);
-        ASSERT_EQ(rle(dec, false, coded, piece, room), s);
+        Rle whole = newRle(), cut = newRle();
+        const Bytes coded = rleEncode(whole, s, 1 << 20, 1 << 20);
+        ASSERT_EQ(rleEncode(cut, s, piece, room), coded);
+        ASSERT_EQ(plain::rleDecode(coded), s);
         Lum8u inUse[256];
         ASSERT_EQ(lumsRLEGetInUseTable_8u(inUse, whole.get()), lumStsNoErr);
         for (int v = 0; v < 256; ++v) ASSERT_EQ(inUse[v], std::count(coded.begin(), coded.end(), v) ? 1 : 0);
@@ -120,7 +119,8 @@ TEST(Bz2Z1Z2, CodesRunsAndValues) {
     for (const auto& [in, out] : cases) EXPECT_EQ(z1z2(in, 16), out);
 }
 
-// Small rooms: each call stops at a whole run or value and the pieces join up.
+// Small rooms: each call stops at a whole run or value and the pieces join up. (The
+// decoder in small rooms: the bz2_z1z2 fuzz target.)
 TEST(Bz2Z1Z2, ResumesAfterFullDestination) {
     const Bytes s = randomBytes(5000, 2, 6);
     const Symbols whole = z1z2(s, 5000);
@@ -128,7 +128,9 @@ TEST(Bz2Z1Z2, ResumesAfterFullDestination) {
     EXPECT_EQ(drain<Lum16u>(s, 6, [&](Lum8u** p, int* left, Lum16u* d, int* n) {
         return lumsEncodeZ1Z2_BZ2_8u16u(p, left, d, n, freq);
     }), whole);
-    EXPECT_EQ(drain<Lum8u>(whole, 25, lumsDecodeZ1Z2_BZ2_16u8u), s);
+    Bytes back;
+    bool over = false;
+    EXPECT_TRUE(plain::z1z2Decode(whole, back, s.size(), &over) && back == s);
 }
 
 TEST(Bz2Z1Z2, DecodeStopsAtCorruptSymbolsAndLongRuns) {
@@ -151,7 +153,8 @@ TEST(Bz2Z1Z2, DecodeStopsAtCorruptSymbolsAndLongRuns) {
 
 // ---- Block decoding ----------------------------------------------------------------------
 
-LumStatus decodeBlock(Chain c, Bytes& out, int room) {
+// The block's own bytes are first-stage data here, so decoding gives them back.
+LumStatus decodeBlock(bz2::Chain c, Bytes& out, int room) {
     Area<> buff([&](int* sz) { return lumsBWTInvGetSize_8u(room, sz); });
     out.assign(static_cast<size_t>(room), 0);
     const LumStatus sts = lumsDecodeBlock_BZ2_16u8u(ptr(c.symbols), static_cast<int>(c.symbols.size()), out.data(),
@@ -161,19 +164,26 @@ LumStatus decodeBlock(Chain c, Bytes& out, int room) {
 }
 
 TEST(Bz2Block, DecodesTheChainAndRefusesBadBlocks) {
-    const Chain good = encodeChain(repeated("a block of a few words, ", 3));
-    const int room = static_cast<int>(good.rle.size());
+    const Bytes block = repeated("a block of a few words, ", 3);
+    const bz2::Chain good = bz2::encodeChain(block, lumBWTAutoSort, false);
+    const int room = static_cast<int>(block.size());
     Bytes out;
     EXPECT_EQ(decodeBlock(good, out, room), lumStsNoErr);
-    EXPECT_EQ(out, good.rle);
+    EXPECT_EQ(out, block);
     EXPECT_EQ(decodeBlock(good, out, room - 1), lumStsSizeErr);
-    Chain bad[4] = {good, good, good, good};
-    bad[0].index = room;
-    bad[1].symbols[3] = static_cast<Lum16u>(good.sizeDictionary + 1);  // beyond the dictionary
-    bad[2].sizeDictionary = 0;
-    bad[3].symbols.insert(bad[3].symbols.begin() + 2, 32, Lum16u{1});  // a run of 2^33 - 2 zeros
-    const LumStatus want[] = {lumStsCorruptDataErr, lumStsCorruptDataErr, lumStsBadArgErr, lumStsCorruptDataErr};
-    for (int i = 0; i < 4; ++i) EXPECT_EQ(decodeBlock(bad[i], out, room), want[i]) << "bad block " << i;
+    struct Case {
+        const char* what;
+        bz2::Chain chain;
+        LumStatus want;
+    } cases[] = {{"index past the block", good, lumStsCorruptDataErr},
+                 {"symbol beyond the dictionary", good, lumStsCorruptDataErr},
+                 {"empty dictionary", good, lumStsBadArgErr},
+                 {"a run of 2^33 - 2 zeros", good, lumStsCorruptDataErr}};
+    cases[0].chain.index = room;
+    cases[1].chain.symbols[3] = static_cast<Lum16u>(good.sizeDictionary + 1);
+    cases[2].chain.sizeDictionary = 0;
+    cases[3].chain.symbols.insert(cases[3].chain.symbols.begin() + 2, 32, Lum16u{1});
+    for (const Case& c : cases) EXPECT_EQ(decodeBlock(c.chain, out, room), c.want) << c.what;
 }
 
 // ---- Arguments and work areas of the streaming stages -----------------------------------

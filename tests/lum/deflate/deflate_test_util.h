@@ -1,26 +1,27 @@
-// Helpers of the deflate tests: corpus files, the fixed codes, our two stages run as a raw
-// fixed-block stream, our inflate driven in pieces, and zlib's raw inflate and deflate.
+// Helpers of the deflate tests: corpus files, our two stages run as a raw fixed-block
+// stream (shared with the roundtrip_deflate fuzz target), our inflate driven in pieces, and
+// zlib's raw inflate and deflate.
 #pragma once
 
 #include <gtest/gtest.h>
 #include <zlib.h>
 
 #include <algorithm>
-#include <fstream>
-#include <iterator>
 #include <memory>
 #include <random>
 #include <string>
 #include <vector>
 
+#include "../lum_test.h"
+#include "deflate_fixed.h"
 #include "lumdc.h"
 
 namespace deflate_test {
 
-using Bytes = std::vector<Lum8u>;
-
-inline const char* const kCorpusFiles[] = {"bib",    "book1", "book2", "geo",   "news",  "obj1",  "obj2",
-                                           "paper1", "paper2", "pic",  "progc", "progl", "progp", "trans"};
+using lumtest::kCorpusFiles;
+using deflate_fixed::FixedCodes;
+using deflate_fixed::fixedCodes;
+using deflate_fixed::reversed;
 
 // The sanitizer build reads less of each file to stay quick.
 #ifdef PERFDC_DEFLATE_SHORT_INPUTS
@@ -29,84 +30,26 @@ inline constexpr size_t kMaxFileBytes = 24 * 1024;
 inline constexpr size_t kMaxFileBytes = 1 << 30;
 #endif
 
-#define SKIP_WITHOUT_CORPUS()                                                  \
-    if (!std::ifstream(std::string(PERFDC_CORPUS_DIR) + "/bib").good())        \
-    GTEST_SKIP() << "Calgary corpus not found in " PERFDC_CORPUS_DIR
+#define SKIP_WITHOUT_CORPUS() \
+    if (lumtest::corpusFile("bib").empty()) GTEST_SKIP() << "Calgary corpus not found in " PERFDC_CORPUS_DIR
 
 inline Bytes readCorpus(const std::string& name, size_t limit = kMaxFileBytes) {
-    std::ifstream in(std::string(PERFDC_CORPUS_DIR) + "/" + name, std::ios::binary);
-    Bytes b((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
-    if (b.size() > limit) b.resize(limit);
-    return b;
+    return lumtest::corpusFile(name, limit);
 }
 
-// The fixed literal/length (288) and distance (30) codes, bit-reversed (RFC 1951 3.2.6).
-struct FixedCodes {
-    LumDeflateHuffCode lit[288];
-    LumDeflateHuffCode dist[30];
-};
-
-inline Lum16u reversed(unsigned code, int len) {
-    unsigned r = 0;
-    for (int i = 0; i < len; ++i, code >>= 1) r = (r << 1) | (code & 1);
-    return static_cast<Lum16u>(r);
-}
-
-inline const FixedCodes& fixedCodes() {
-    static const FixedCodes codes = [] {
-        FixedCodes c{};
-        for (int s = 0; s < 288; ++s) {
-            const int len = s < 144 ? 8 : s < 256 ? 9 : s < 280 ? 7 : 8;
-            const unsigned code = s < 144 ? 0x30 + s : s < 256 ? 0x190 + s - 144 : s < 280 ? s - 256 : 0xC0 + s - 280;
-            c.lit[s] = {reversed(code, len), static_cast<Lum16u>(len)};
-        }
-        for (int d = 0; d < 30; ++d) c.dist[d] = {reversed(static_cast<unsigned>(d), 5), 5};
-        return c;
-    }();
-    return codes;
-}
-
-// Our LZ77 stage over `data` fed in pieces of `piece` bytes (the last call with FinishFlush,
-// the others with `middle`), then our Huffman stage with the fixed codes behind a final
-// fixed-block header, closed with the end-of-block code: a raw deflate stream. The prev
-// table starts with garbage links, which the stage must recognise and ignore.
+// Our two stages as a raw fixed-block stream (deflate_fixed::compress), the input fed in
+// pieces of `piece` bytes (0: at once). The prev table starts with garbage links, which
+// the stage must recognise and ignore.
 inline Bytes compressFixed(const Bytes& data, int level, int piece = 0, LumLZ77Flush middle = lumLZ77NoFlush,
                            int winSize = 32768, int hashSize = 32768) {
-    const FixedCodes& codes = fixedCodes();
-    std::vector<Lum32s> head(hashSize, -winSize), prev(winSize);
+    std::vector<Lum32s> prev(static_cast<size_t>(winSize));
     std::mt19937 gen(level);
     for (auto& p : prev) p = static_cast<Lum32s>(gen() % 300000) - 100000;
-    Lum32u litFreq[286] = {}, distFreq[30] = {};
-    Bytes lit(data.size() + 1);
-    std::vector<Lum16u> dist(data.size() + 1);
-    static const Lum8u empty = 0;
-    const Lum8u* window = data.empty() ? &empty : data.data();
-    const Lum8u* src = window;
-    const int size = static_cast<int>(data.size());
-    int srcIdx = 0, symbols = 0, fed = 0;
-    bool final;
-    do {
-        fed = piece > 0 ? std::min(size, fed + piece) : size;
-        final = fed == size;
-        int srcLen = fed - srcIdx, room = size - symbols;
-        const LumStatus st = lumsDeflateLZ77_8u(&src, &srcLen, &srcIdx, window, winSize, head.data(), prev.data(),
-                                                hashSize, litFreq, distFreq, lit.data() + symbols, dist.data() + symbols,
-                                                &room, level, final ? lumLZ77FinishFlush : middle);
-        EXPECT_EQ(st, lumStsNoErr);
-        if (st != lumStsNoErr) break;
-        symbols = size - room;
-    } while (!final);
-    EXPECT_EQ(srcIdx, size);
+    int farthest = 0;
+    const Bytes out = deflate_fixed::compress(data, level, winSize, hashSize, middle,
+                                              piece > 0 ? piece : int(data.size()) + 1, prev, &farthest);
     // The inflater reaches back over all the output it has; the window is checked here.
-    EXPECT_LE(*std::max_element(dist.begin(), dist.end()), winSize) << "level " << level;
-    Bytes out(data.size() * 2 + 16);
-    Lum32u code = 3;  // BFINAL = 1, BTYPE = 01
-    int bits = 3, idx = 0;
-    EXPECT_EQ(lumsDeflateHuff_8u(lit.data(), dist.data(), symbols, &code, &bits, codes.lit, codes.dist, out.data(), &idx),
-              lumStsNoErr);
-    code |= static_cast<Lum32u>(codes.lit[256].code) << bits;
-    for (bits += codes.lit[256].len; bits > 0; bits -= 8, code >>= 8) out[idx++] = static_cast<Lum8u>(code);
-    out.resize(idx);
+    EXPECT_LE(farthest, winSize) << "level " << level;
     return out;
 }
 

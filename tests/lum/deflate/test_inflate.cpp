@@ -1,6 +1,7 @@
 // Inflate: zlib's raw streams of every kind of block and libdeflate's, in one call and
-// with the source and the destination in small pieces; exact-room and resume edges;
-// random and mutated input under the sanitizers; bad arguments.
+// with the source and the destination in small pieces; exact-room and resume edges; code
+// sets at the edges of validity; bad arguments. (Random and mutated input: the
+// inflate_diff fuzz target against zlib and libdeflate, its saved inputs replayed by ctest.)
 #include <libdeflate.h>
 
 #include <memory>
@@ -61,48 +62,15 @@ TEST_P(ReferenceStreams, DecodeWholeAndInPieces) {
             const Decoded pieces = inflateAll(stream, data.size(), srcPiece, dstPiece);
             ASSERT_EQ(pieces.status, lumStsNoErr) << file << " pieces " << srcPiece << "/" << dstPiece;
             ASSERT_TRUE(pieces.out == data) << file << " pieces " << srcPiece << "/" << dstPiece;
+            // Each call goes on where the last one stopped: about one call per piece.
+            const size_t calls = std::max(data.size() / std::max(dstPiece, 1), stream.size() / std::max(srcPiece, 1));
+            EXPECT_LE(size_t(pieces.calls), calls + 64) << file << " pieces " << srcPiece << "/" << dstPiece;
         }
     }
 }
 
 INSTANTIATE_TEST_SUITE_P(Kinds, ReferenceStreams, testing::ValuesIn(kStreamCases),
                          [](const auto& info) { return std::string(info.param.name); });
-
-// Streaming zlib level-6 streams (dynamic blocks) with little room or source per call,
-// the bytes compared with zlib's own output. Each call is cut off inside a block and the
-// next goes on from where it stopped: the calls number about one per piece.
-TEST(Inflate, StreamsInPiecesContinueWhereTheyStopped) {
-    SKIP_WITHOUT_CORPUS();
-    struct Case {
-        const char* what;
-        int srcPiece, dstPiece;
-    };
-    const Case cases[] = {
-        {"1 byte of room", 0, 1},
-        {"1 KiB of room", 0, 1024},
-        {"64 KiB of room", 0, 65536},
-        {"source in 100-byte pieces", 100, 0},
-        {"source in 7-byte pieces, 1 KiB of room", 7, 1024},
-    };
-    int cuts = 0;  // cases where a call stopped inside a dynamic block
-    for (const char* file : {"book1", "geo", "obj2", "pic"}) {
-        const Bytes data = readCorpus(file, std::min<size_t>(kMaxFileBytes, 200000));
-        const Bytes stream = zlibDeflateRaw(data, 6, Z_DEFAULT_STRATEGY);
-        bool ok = false;
-        const Bytes expected = zlibInflateRaw(stream, data.size(), &ok);
-        ASSERT_TRUE(ok) << file;
-        for (const Case& c : cases) {
-            const Decoded d = inflateAll(stream, data.size(), c.srcPiece, c.dstPiece);
-            ASSERT_EQ(d.status, lumStsNoErr) << file << ", " << c.what;
-            ASSERT_TRUE(d.out == expected) << file << ", " << c.what;
-            cuts += d.sawDynamicCut;
-            const size_t pieces = c.dstPiece ? data.size() / c.dstPiece : 0;
-            const size_t srcPieces = c.srcPiece ? stream.size() / c.srcPiece : 0;
-            EXPECT_LE(static_cast<size_t>(d.calls), std::max(pieces, srcPieces) + 64) << file << ", " << c.what;
-        }
-    }
-    EXPECT_GE(cuts, 10);
-}
 
 // One stop inside a dynamic block, then the stream's bytes between the end of the block's
 // header and the stopping point destroyed: the next call does not read them again (the
@@ -227,59 +195,13 @@ TEST(Inflate, FixedBlockResumesPendingMatchesAndFitsExactly) {
     EXPECT_EQ(tooSmall.status, lumStsDstFullWrn);
 }
 
-// Random bytes, damaged real streams and invalid headers: a status from the contract, never
-// a crash, an access outside the buffers (the sanitizer build checks) or a hang.
-TEST(Inflate, CorruptAndTruncatedInputIsRefusedSafely) {
-    SKIP_WITHOUT_CORPUS();
-    const Bytes data = readCorpus("paper1", 8000);
-    const Bytes streams[] = {zlibDeflateRaw(data, 6, Z_DEFAULT_STRATEGY), zlibDeflateRaw(data, 6, Z_FIXED),
-                             zlibDeflateRaw(data, 0, Z_DEFAULT_STRATEGY), compressFixed(data, 6)};
-    std::mt19937 gen(12345);
-    int errors = 0;
-    for (int round = 0; round < 4000; ++round) {
-        Bytes input = streams[round % 4];
-        if (round % 4 == 0) {
-            input.resize(gen() % 600);
-            for (auto& b : input) b = static_cast<Lum8u>(gen());
-        } else {
-            for (int f = 1 + static_cast<int>(gen() % 4); f > 0; --f) input[gen() % input.size()] ^= Lum8u(1u << (gen() % 8));
-            if (gen() % 3 == 0) input.resize(gen() % input.size());
-        }
-        // Exactly-sized heap buffers, so any access past them is caught.
-        std::unique_ptr<Lum8u[]> in(new Lum8u[input.size()]);
-        std::copy(input.begin(), input.end(), in.get());
-        std::vector<Lum8u> out(data.size() + gen() % 64);
-        const Lum8u* src = in.get();
-        Lum8u* dst = out.data();
-        int srcLen = static_cast<int>(input.size()), dstLen = static_cast<int>(out.size()), bits = 0;
-        Lum32u code = 0;
-        LumInflateMode mode = round % 8 == 3 ? lumInflateFixedBlock : lumInflateBlockHeader;
-        LumInflateState state{};
-        const LumStatus st = lumsInflate_8u(&src, &srcLen, &code, &bits, 0, &dst, &dstLen, 0, &mode, &state);
-        ASSERT_TRUE(st == lumStsNoErr || st == lumStsSrcEndWrn || st == lumStsDstFullWrn || st == lumStsCorruptDataErr)
-            << "round " << round << " status " << st;
-        if (st >= 0) {
-            ASSERT_TRUE(srcLen >= 0 && src + srcLen == in.get() + input.size()) << round;
-            ASSERT_TRUE(dst >= out.data() && dst + dstLen == out.data() + out.size()) << round;
-            ASSERT_LE(bits, 32) << round;
-        }
-        errors += st < 0;
-        // The same stream given 7 bytes at a time ends the same way with the same bytes.
-        if (round % 8 == 1) {
-            const Decoded whole = inflateAll(input, out.size()), pieces = inflateAll(input, out.size(), 7, 0);
-            ASSERT_EQ(whole.status < 0, pieces.status < 0) << "round " << round;
-            if (whole.status >= 0) {
-                ASSERT_TRUE(whole.out == pieces.out) << "round " << round;
-            }
-        }
-    }
-    EXPECT_GT(errors, 1000);
-    const Bytes invalid[] = {
-        {0x07},                          // block type 3
-        {0x01, 0x05, 0x00, 0x00, 0x00},  // stored block whose NLEN does not complement LEN
-        {0x03, 0x02, 0x00},              // fixed block opening with a match (code 257, distance 1)
+TEST(Inflate, InvalidBlocksAreCorrupt) {
+    const std::pair<const char*, Bytes> cases[] = {
+        {"block type 3", {0x07}},
+        {"stored block whose NLEN does not complement LEN", {0x01, 0x05, 0x00, 0x00, 0x00}},
+        {"fixed block opening with a match (code 257, distance 1)", {0x03, 0x02, 0x00}},
     };
-    for (const Bytes& c : invalid) EXPECT_EQ(inflateAll(c, 100).status, lumStsCorruptDataErr) << int(c[0]);
+    for (const auto& [what, stream] : cases) EXPECT_EQ(inflateAll(stream, 100).status, lumStsCorruptDataErr) << what;
 }
 
 // One final dynamic block built from given code lengths: the header with a complete code

@@ -1,18 +1,17 @@
 // LZO1X: our streams against liblzo2 (its safe decoder reads ours, ours read its lzo1x_1
 // and lzo1x_999 streams, and its safe decoder is the oracle for corrupt ones), the MT
-// container, and the room and argument rules.
+// container, and the room and argument rules. (Random and mutated streams of both formats:
+// the lzo_safe_diff fuzz target, liblzo2 its oracle.)
 #include <gtest/gtest.h>
 #include <lzo/lzo1x.h>
 
 #include <cstring>
-#include <fstream>
-#include <functional>
-#include <iterator>
 #include <memory>
 #include <random>
 #include <string>
 #include <vector>
 
+#include "../lum_test.h"
 #include "lumdc.h"
 #include "lzo/lzo_mt.h"
 #include "lzo_test.h"
@@ -102,12 +101,10 @@ protected:
 };
 
 TEST(Lzo, CorpusStreamsAreReadBothWaysWithLiblzo2) {
-    if (!std::ifstream(std::string(PERFDC_CORPUS_DIR) + "/bib")) GTEST_SKIP() << "corpus not found in " PERFDC_CORPUS_DIR;
+    if (lumtest::corpusFile("bib").empty()) GTEST_SKIP() << "corpus not found in " PERFDC_CORPUS_DIR;
     size_t ourTotal = 0, refTotal = 0;
-    for (const char* name : {"bib", "book1", "book2", "geo", "news", "obj1", "obj2", "paper1", "paper2", "pic",
-                             "progc", "progl", "progp", "trans"}) {
-        std::ifstream in(std::string(PERFDC_CORPUS_DIR) + "/" + name, std::ios::binary);
-        const Bytes data((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+    for (const char* name : lumtest::kCorpusFiles) {
+        const Bytes data = lumtest::corpusFile(name, SIZE_MAX);
         const Bytes ours = encode(lumLZO1XST, data);
         ourTotal += ours.size();
         refTotal += lzoReference(data, false).size();
@@ -199,19 +196,6 @@ TEST(Lzo, SafeDecoderRefusesWhatLiblzo2Refuses) {
         {"lzo1x_999 stream, room one short", best, text.size() - 1},
     };
     for (const auto& [what, stream, room] : cases) expectReferenceVerdict(stream, room, what);
-
-    // Every truncation and a set of byte changes at every position of two small streams,
-    // with an exact and a tight room.
-    for (const Bytes* s : {&ours, &best}) {
-        const Bytes small = s == &ours ? encode(lumLZO1XST, Bytes(text.begin(), text.begin() + 400))
-                                       : lzoReference(Bytes(text.begin(), text.begin() + 400), true);
-        for (size_t n = 1; n < small.size(); ++n) expectReferenceVerdict(cut(small, n), 400, "cut " + std::to_string(n));
-        for (size_t at = 0; at < small.size(); ++at)
-            for (Lum8u v : {0x01, 0x03, 0x11, 0x20, 0x80, 0xFF})
-                for (size_t room : {400, 350})
-                    expectReferenceVerdict(with(small, at, Lum8u(small[at] ^ v)), room,
-                                           "byte " + std::to_string(at) + " ^ " + std::to_string(v));
-    }
 }
 
 // Segment borders fall at multiples of the least segment length; every size round-trips with 1, 2 and 4
@@ -271,76 +255,34 @@ TEST(Lzo, BadArgumentsGiveTheirStatus) {
     auto* st = reinterpret_cast<LumLZOState_8u*>(state.data());
     const Bytes mt = encode(lumLZO1XMT, src);  // the container says 100 bytes
     int len = 300, neg = -1, ten = 10, short99 = 99;
-    // Run in order: the encode call before the init meets an uninitialised state.
-    std::vector<std::tuple<std::string, LumStatus, std::function<LumStatus()>>> cases = {
-        {"size: no result", lumStsNullPtrErr, [&] { return lumsEncodeLZOGetSize(lumLZO1XST, 100, nullptr); }},
-        {"size: method 2", lumStsBadArgErr, [&] { return lumsEncodeLZOGetSize(LumLZOMethod(2), 100, &size); }},
-        {"size: negative length", lumStsSizeErr, [&] { return lumsEncodeLZOGetSize(lumLZO1XMT, -1, &size); }},
-        {"init: method -1", lumStsBadArgErr, [&] { return lumsEncodeLZOInit_8u(LumLZOMethod(-1), 100, st); }},
-        {"init: no state", lumStsNullPtrErr, [&] { return lumsEncodeLZOInit_8u(lumLZO1XST, 100, nullptr); }},
-        {"encode: state not initialised", lumStsContextMatchErr,
-         [&] { return lumsEncodeLZO_8u(src.data(), 100, dst.data(), &len, st); }},
-        {"init", lumStsNoErr, [&] { return lumsEncodeLZOInit_8u(lumLZO1XST, 100, st); }},
-        {"encode: no source", lumStsNullPtrErr, [&] { return lumsEncodeLZO_8u(nullptr, 100, dst.data(), &len, st); }},
-        {"encode: no destination", lumStsNullPtrErr, [&] { return lumsEncodeLZO_8u(src.data(), 100, nullptr, &len, st); }},
-        {"encode: no length", lumStsNullPtrErr, [&] { return lumsEncodeLZO_8u(src.data(), 100, dst.data(), nullptr, st); }},
-        {"encode: no state", lumStsNullPtrErr, [&] { return lumsEncodeLZO_8u(src.data(), 100, dst.data(), &len, nullptr); }},
-        {"encode: negative length", lumStsSizeErr, [&] { return lumsEncodeLZO_8u(src.data(), -1, dst.data(), &len, st); }},
-    };
+    // In order: the encode call before the init meets an uninitialised state.
+    lumtest::expectStatuses({
+        {"size: no result", lumsEncodeLZOGetSize(lumLZO1XST, 100, nullptr), lumStsNullPtrErr},
+        {"size: method 2", lumsEncodeLZOGetSize(LumLZOMethod(2), 100, &size), lumStsBadArgErr},
+        {"size: negative length", lumsEncodeLZOGetSize(lumLZO1XMT, -1, &size), lumStsSizeErr},
+        {"init: method -1", lumsEncodeLZOInit_8u(LumLZOMethod(-1), 100, st), lumStsBadArgErr},
+        {"init: no state", lumsEncodeLZOInit_8u(lumLZO1XST, 100, nullptr), lumStsNullPtrErr},
+        {"encode: state not initialised", lumsEncodeLZO_8u(src.data(), 100, dst.data(), &len, st), lumStsContextMatchErr},
+        {"init", lumsEncodeLZOInit_8u(lumLZO1XST, 100, st), lumStsNoErr},
+        {"encode: no source", lumsEncodeLZO_8u(nullptr, 100, dst.data(), &len, st), lumStsNullPtrErr},
+        {"encode: no destination", lumsEncodeLZO_8u(src.data(), 100, nullptr, &len, st), lumStsNullPtrErr},
+        {"encode: no length", lumsEncodeLZO_8u(src.data(), 100, dst.data(), nullptr, st), lumStsNullPtrErr},
+        {"encode: no state", lumsEncodeLZO_8u(src.data(), 100, dst.data(), &len, nullptr), lumStsNullPtrErr},
+        {"encode: negative length", lumsEncodeLZO_8u(src.data(), -1, dst.data(), &len, st), lumStsSizeErr},
+    });
     for (Decoder decode : kDecoders) {
-        const std::string d = decode == lumsDecodeLZO_8u ? "decode: " : "safe decode: ";
-        cases.insert(cases.end(), {
-            {d + "no source", lumStsNullPtrErr, [&, decode] { return decode(nullptr, 3, dst.data(), &ten); }},
-            {d + "no destination", lumStsNullPtrErr, [&, decode] { return decode(src.data(), 3, nullptr, &ten); }},
-            {d + "no length", lumStsNullPtrErr, [&, decode] { return decode(src.data(), 3, dst.data(), nullptr); }},
-            {d + "negative source length", lumStsSizeErr, [&, decode] { return decode(src.data(), -1, dst.data(), &ten); }},
-            {d + "negative room", lumStsSizeErr, [&, decode] { return decode(src.data(), 3, dst.data(), &neg); }},
-            {d + "empty source", lumStsCorruptDataErr, [&, decode] { return decode(src.data(), 0, dst.data(), &ten); }},
-            {d + "container larger than the room", lumStsSizeErr,
-             [&, decode] { return decode(mt.data(), int(mt.size()), dst.data(), &short99); }},
+        SCOPED_TRACE(decode == lumsDecodeLZO_8u ? "decode" : "safe decode");
+        lumtest::expectStatuses({
+            {"no source", decode(nullptr, 3, dst.data(), &ten), lumStsNullPtrErr},
+            {"no destination", decode(src.data(), 3, nullptr, &ten), lumStsNullPtrErr},
+            {"no length", decode(src.data(), 3, dst.data(), nullptr), lumStsNullPtrErr},
+            {"negative source length", decode(src.data(), -1, dst.data(), &ten), lumStsSizeErr},
+            {"negative room", decode(src.data(), 3, dst.data(), &neg), lumStsSizeErr},
+            {"empty source", decode(src.data(), 0, dst.data(), &ten), lumStsCorruptDataErr},
+            {"container larger than the room", decode(mt.data(), int(mt.size()), dst.data(), &short99), lumStsSizeErr},
         });
     }
-    for (const auto& [what, expect, call] : cases) EXPECT_EQ(call(), expect) << what;
     EXPECT_EQ(std::count(dst.begin(), dst.end(), 0), 300);
-}
-
-// Random bytes, mutated and truncated streams of both formats: the safe decoder gives
-// liblzo2's verdict on plain streams, on containers an error or a decoded length within
-// the room, and never touches a byte outside its buffers.
-TEST_F(Threads, SafeDecoderSurvivesCorruptInput) {
-    ASSERT_EQ(lumSetNumThreads(2), lumStsNoErr);
-    const Bytes text = textLike(70000, 4);
-    const Bytes streams[] = {encode(lumLZO1XST, Bytes(text.begin(), text.begin() + 3000)),
-                             encode(lumLZO1XMT, text), lzoReference(Bytes(text.begin(), text.begin() + 2000), true)};
-    std::mt19937 gen(5);
-    int errors = 0;
-    const int cases = 3000;
-    for (int round = 0; round < cases; ++round) {
-        Bytes in;
-        if (round % 4 == 0) {
-            in.resize(gen() % 200);
-            for (auto& b : in) b = Lum8u(gen());
-            if (!in.empty() && round % 8 == 0) in[0] = 0x10;
-        } else {
-            in = streams[round % 3];
-            const int kind = round % 3 == 1 ? int(gen() % 3) : int(gen() % 2);
-            if (kind == 0) in.resize(gen() % in.size());
-            for (int flips = 1 + gen() % 4; kind != 0 && flips > 0; --flips)  // kind 2: the container header
-                in[(kind == 2 ? gen() % 40 : gen() % in.size()) % in.size()] = Lum8u(gen());
-        }
-        const int room = int(gen() % 2 ? text.size() : gen() % 4000);
-        if (!in.empty() && in[0] != 0x10) {  // a plain stream: liblzo2 is the oracle
-            errors += expectReferenceVerdict(in, room, "round " + std::to_string(round)) != lumStsNoErr;
-            continue;
-        }
-        const auto src = exact(in), dst = exact({}, room);
-        int len = room;
-        const LumStatus s = lumsDecodeLZOSafe_8u(src.get(), int(in.size()), dst.get(), &len);
-        if (s == lumStsNoErr) EXPECT_TRUE(len >= 0 && len <= room);
-        else EXPECT_TRUE(s == lumStsCorruptDataErr || s == lumStsSizeErr || s == lumStsUnsupportedModeErr) << s;
-        errors += s != lumStsNoErr;
-    }
-    EXPECT_GT(errors, cases / 2);  // the mutations did break most streams
 }
 
 }  // namespace
