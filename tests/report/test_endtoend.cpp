@@ -57,9 +57,8 @@ TEST(ReportEndToEnd, TwoRunsComparedAndThePageRendered) {
 }
 
 // The example of examples/crc32-zlib: lum's lumsCRC32_8u and the preloaded one on
-// zlib's crc32, three short rounds each, compared. zlib's table-driven CRC takes
-// several times the clocks of lum's optimised carry-less multiply paths, so every
-// set that is judged must come out slower and fail the gate.
+// zlib's crc32, three short rounds each, compared through the whole chain: perfdc's
+// tables and run records, perfdc-report's comparison, its verdicts and exit code.
 TEST(ReportEndToEnd, OwnImplementationPreloadedBesideLums) {
     TempDir dir;
     auto rounds = [&dir](const std::string& name, const std::vector<std::string>& env) {
@@ -78,26 +77,20 @@ TEST(ReportEndToEnd, OwnImplementationPreloadedBesideLums) {
                                "--fail-above", "5", "--markdown"});
     for (const char* length : {"16384", "32768", "65536", "131072", "262144"})
         EXPECT_NE(rep.out.find(fmt::format("| lumsCRC32_8u | {} | ", length)), std::string::npos) << rep.out;
-    EXPECT_TRUE(rep.exitCode == 0 || rep.exitCode == 3) << rep.err;
-#ifdef NDEBUG
-    // With lum optimised (a debug build of lum is slower than zlib): where the run
-    // record flags a test as disturbed (a busy machine) its sets are marked
-    // instead of judged; every other set must be slower, each by far.
-    const std::regex set(R"(\| lumsCRC32_8u \| (\d+) \| .*\| (\*\*|_)([0-9.]+)(\*\*|_) \| (\*\*slower\*\*|_disturbed_) \|)");
+    // How much slower zlib's CRC is depends on the processor (lum's folding paths need
+    // carry-less multiplication) and on the machine's load, so the figures are not
+    // asserted here (the verdict tests hold them); what must hold on any machine is that
+    // every set gets a verdict and that the exit code and message follow the function's.
+    const std::regex set(R"(\| lumsCRC32_8u \| (\d+) \| .*\| [*_]*(slower|faster|within noise|disturbed|spread unknown)[*_]* \|)");
     int sets = 0;
-    for (std::sregex_iterator m(rep.out.begin(), rep.out.end(), set), end; m != end; ++m, ++sets)
-        EXPECT_GT(std::stod((*m)[3]), 2) << (*m)[0];
+    for (std::sregex_iterator m(rep.out.begin(), rep.out.end(), set), end; m != end; ++m) ++sets;
     EXPECT_EQ(sets, 5) << rep.out;
     const size_t function = rep.out.find("| Checksum | lumsCRC32_8u |");
     ASSERT_NE(function, std::string::npos) << rep.out;
     const std::string functionRow = rep.out.substr(function, rep.out.find('\n', function) - function);
     const bool slower = functionRow.find("| **slower** |") != std::string::npos;
-    EXPECT_TRUE(slower || functionRow.find("| _disturbed_ |") != std::string::npos) << functionRow;
     EXPECT_EQ(rep.exitCode, slower ? 3 : 0) << rep.out << rep.err;
-    if (slower) {
-        EXPECT_NE(rep.err.find("lumsCRC32_8u is slower by"), std::string::npos) << rep.err;
-    }
-#endif
+    EXPECT_EQ(rep.err.find("lumsCRC32_8u is slower by") != std::string::npos, slower) << rep.err;
     // Once perfdc keeps its run record, the header names the preloaded library.
     if (readable(dir.path("zlib.runs.jsonl"))) {
         EXPECT_NE(rep.out.find("| Preload | - | " CRC32_ZLIB_LIB " |"), std::string::npos) << rep.out;
