@@ -146,7 +146,7 @@ void benchDeflate(const std::vector<Input>& inputs, int reps) {
         const auto [ourCol, ldCol] = ratioCheck[level];
         const double r = geomean(time[ourCol].values) / geomean(time[ldCol].values);
         const double target = level == 9 ? 0.85 : 0.90;
-        std::printf("  LZ77+Huff / libdeflate, level %d  %6.2f  (target <= %.2f) %s\n", level, r, target,
+        std::printf("  LZ77+Huff / libdeflate, level %d  %6.3f  (target <= %.2f) %s\n", level, r, target,
                     r <= target ? "met" : "NOT met");
     }
     // The level-1 loop trades ratio for speed only down to the output of the chain-walking
