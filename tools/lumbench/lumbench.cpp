@@ -147,7 +147,9 @@ void measureFamily(const lum::checksums::ChecksumFamily& family, const std::vect
     std::printf("\n%s  (public function runs path \"%s\"; ticks per byte, best of %d)\n", family.name,
                 fastest.c_str(), repetitions);
     std::printf("%-14s", "buffer");
-    for (const Impl& impl : impls) std::printf(" %12s", impl.label.c_str());
+    int width = 12;  // wide enough for the longest label
+    for (const Impl& impl : impls) width = std::max(width, static_cast<int>(impl.label.size()));
+    for (const Impl& impl : impls) std::printf(" %*s", width, impl.label.c_str());
     std::printf("\n");
 
     std::vector<double> sums(impls.size(), 0.0);
@@ -160,12 +162,12 @@ void measureFamily(const lum::checksums::ChecksumFamily& family, const std::vect
             const double t = ticksPerByte(impls[i].run, buffer.data, repetitions, value);
             if (baseline) lumInit();
             sums[i] += t;
-            std::printf(" %12.4f", t);
+            std::printf(" %*.4f", width, t);
         }
         std::printf("\n");
     }
     std::printf("%-14s", "mean");
-    for (double s : sums) std::printf(" %12.4f", s / buffers.size());
+    for (double s : sums) std::printf(" %*.4f", width, s / buffers.size());
     std::printf("\n");
 
     // The public function against the best figure of anything measured in this run.
