@@ -15,7 +15,7 @@ CORPUS_FILES = bib book1 book2 geo news obj1 obj2 paper1 paper2 pic progc progl 
 corpus_complete = (for f in $(CORPUS_FILES); do [ -f "$(1)/$$f" ] || exit 1; done)
 
 PACKAGES = cmake make g++ pkg-config libgtest-dev zlib1g-dev libbz2-dev \
-           liblzo2-dev libdeflate-dev libdivsufsort-dev \
+           liblzo2-dev libdeflate-dev libdivsufsort-dev libisal-dev \
            libcli11-dev libfmt-dev nlohmann-json3-dev curl ca-certificates
 # Only the tests need these: headless Chromium opens the report tool's page, Google
 # Benchmark's compare.py (with Debian's python3 and scipy) reads its JSON, and the fuzz

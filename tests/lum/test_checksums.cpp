@@ -113,11 +113,13 @@ TEST_P(Checksum, EveryPathMatchesReferenceOnShortBuffers) {
 }
 
 // Lengths around the block sizes of the kernels (three-stream CRC blocks of 256 and
-// 4096 bytes, 64 KiB Adler runs, zlib's 5552-byte runs) and a large unaligned buffer;
-// all-0xFF bytes give the largest partial sums (overflow in Adler-32 lanes).
+// 4096 bytes, 5248-byte chunks of folding beside the crc32 instruction, 64 KiB Adler
+// runs, zlib's 5552-byte runs) and a large unaligned buffer; all-0xFF bytes give the
+// largest partial sums (overflow in Adler-32 lanes).
 TEST_P(Checksum, EveryPathMatchesReferenceOnLongAndSaturatedBuffers) {
     const Bytes data = randomBytes((1u << 20) + 64, 2);
-    for (size_t len : {767, 768, 769, 1023, 5552, 5553, 12287, 12288, 12289, 65535, 65536, 65537, 131072 + 77}) {
+    for (size_t len : {767, 768, 769, 1023, 5247, 5248, 5249, 5552, 5553, 12287, 12288, 12289, 3 * 5248 + 16,
+                       65535, 65536, 65537, 131072 + 77}) {
         for (size_t offset : {0, 3, 61}) {
             EXPECT_TRUE(allPathsMatch(GetParam().initial, data.data() + offset, len,
                                       "length " + std::to_string(len) + " offset " + std::to_string(offset)));

@@ -99,9 +99,19 @@ protected:
 
 TEST_F(CpuDetection, FeaturesCountOnlyWithTheirLeafAndTheRegisterStateTheOsSaves) {
     const Lum32u l1 = kL1Ecx | kOsxsave;
-    const struct { const char* machine; Processor cpu; Lum64u features; bool readsXcr0; } cases[] = {
+    // crc32cPath: the CRC-32C code path chosen there, where a row names one.
+    const struct {
+        const char* machine;
+        Processor cpu;
+        Lum64u features;
+        bool readsXcr0;
+        const char* crc32cPath = nullptr;
+    } cases[] = {
         {"AVX-512 with ZMM state saved", {0xD, 0x80000008u, l1, kSse2, kL7Avx2 | kL7Avx512, kVpclmul, kLzcnt, kXcr0Zmm},
-         kAvx512Features, true},
+         kAvx512Features, true, "vpclmul512+crc32"},
+        {"AVX-512 and VPCLMULQDQ in a VM that hides SSE4.2: folding without the crc32 instruction",
+         {0xD, 0x80000008u, l1 & ~(1u << 20), kSse2, kL7Avx2 | kL7Avx512, kVpclmul, kLzcnt, kXcr0Zmm},
+         kAvx512Features & ~lumCpuFeatureSSE42, true, "vpclmul512"},
         {"AVX-512 reported, but the OS does not save the ZMM state (XCR0 bits 5-7 clear)",
          {0xD, 0x80000008u, l1, kSse2, kL7Avx2 | kL7Avx512, kVpclmul, kLzcnt, kXcr0Ymm}, kAvx2Features, true},
         {"opmask and upper ZMM saved, the high 16 ZMM not (XCR0 bit 7 clear)",
@@ -122,6 +132,9 @@ TEST_F(CpuDetection, FeaturesCountOnlyWithTheirLeafAndTheRegisterStateTheOsSaves
         EXPECT_EQ(detectOn(c.cpu), c.features) << c.machine;
         EXPECT_EQ(g_xgetbvRead, c.readsXcr0) << c.machine;
         EXPECT_EQ(lumGetEnabledCpuFeatures(), c.features) << c.machine;
+        if (c.crc32cPath) {
+            EXPECT_STREQ(lum::checksums::crc32cSlot().current().name, c.crc32cPath) << c.machine;
+        }
     }
 }
 

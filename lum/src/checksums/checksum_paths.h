@@ -60,6 +60,7 @@ Lum32u crc32cVpclmul256(Lum32u crc, const Lum8u* p, std::size_t n);
 Lum32u crc32Bz2Vpclmul256(Lum32u crc, const Lum8u* p, std::size_t n);
 Lum32u crc32Vpclmul512(Lum32u crc, const Lum8u* p, std::size_t n);
 Lum32u crc32cVpclmul512(Lum32u crc, const Lum8u* p, std::size_t n);
+Lum32u crc32cVpclmul512Sse42(Lum32u crc, const Lum8u* p, std::size_t n);
 Lum32u crc32Bz2Vpclmul512(Lum32u crc, const Lum8u* p, std::size_t n);
 Lum32u crc32cSse42(Lum32u crc, const Lum8u* p, std::size_t n);
 Lum32u adler32Ssse3(Lum32u adler, const Lum8u* p, std::size_t n);
@@ -73,6 +74,7 @@ constexpr Lum64u kNeedsVpclmul256 = kNeedsClmul | lumCpuFeatureAVX | lumCpuFeatu
 constexpr Lum64u kNeedsVpclmul512 = kNeedsVpclmul256 | lumCpuFeatureAVX512F |
                                     lumCpuFeatureAVX512BW | lumCpuFeatureAVX512VL;
 constexpr Lum64u kNeedsSse42Crc = lumCpuFeatureSSE42 | lumCpuFeatureCLMUL;
+constexpr Lum64u kNeedsVpclmul512Sse42 = kNeedsVpclmul512 | kNeedsSse42Crc;
 constexpr Lum64u kNeedsSsse3 = lumCpuFeatureSSSE3;
 constexpr Lum64u kNeedsAvx2 = lumCpuFeatureAVX | lumCpuFeatureAVX2;
 constexpr Lum64u kNeedsAvx512 = kNeedsAvx2 | lumCpuFeatureAVX512F | lumCpuFeatureAVX512BW;

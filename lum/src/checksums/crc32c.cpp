@@ -11,6 +11,7 @@ Lum32u crc32cPortable(Lum32u crc, const Lum8u* p, std::size_t n) {
 namespace {
 constexpr ChecksumPath kPaths[] = {
 #if defined(__x86_64__)
+    {"vpclmul512+crc32", kNeedsVpclmul512Sse42, crc32cVpclmul512Sse42},  // 4% faster on AMD Zen at 256 KiB
     {"vpclmul512", kNeedsVpclmul512, crc32cVpclmul512},
     {"vpclmul256", kNeedsVpclmul256, crc32cVpclmul256},
     {"sse42x3", kNeedsSse42Crc, crc32cSse42},  // twice the speed of 128-bit folding

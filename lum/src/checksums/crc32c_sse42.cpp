@@ -7,6 +7,7 @@
 #include <cstring>
 
 #include "checksums/checksum_paths.h"
+#include "checksums/crc32c_shift.h"
 #include "checksums/crc_model.h"
 
 namespace lum::checksums {
@@ -21,13 +22,6 @@ LUM_SSE42_TARGET inline Lum64u load64(const Lum8u* p) {
     return v;
 }
 
-// c x^bits mod P for a register c, with k = Crc32cModel::shift(bits).
-LUM_SSE42_TARGET inline Lum32u shiftRegister(Lum32u c, Lum64u k) {
-    const __m128i product = _mm_clmulepi64_si128(_mm_cvtsi32_si128(static_cast<int>(c)),
-                                                  _mm_cvtsi64_si128(static_cast<long long>(k)), 0x00);
-    return static_cast<Lum32u>(_mm_crc32_u64(0, static_cast<Lum64u>(_mm_cvtsi128_si64(product))));
-}
-
 // Consumes as many runs of three kBlock-byte blocks as fit.
 template <std::size_t kBlock>
 LUM_SSE42_TARGET inline Lum32u threeStreams(Lum32u raw, const Lum8u*& p, std::size_t& n) {
@@ -40,8 +34,8 @@ LUM_SSE42_TARGET inline Lum32u threeStreams(Lum32u raw, const Lum8u*& p, std::si
             b = _mm_crc32_u64(b, load64(p + kBlock + i));
             c = _mm_crc32_u64(c, load64(p + 2 * kBlock + i));
         }
-        raw = shiftRegister(static_cast<Lum32u>(a), kShiftTwo) ^
-              shiftRegister(static_cast<Lum32u>(b), kShiftOne) ^ static_cast<Lum32u>(c);
+        raw = shiftCrc32cRegister(static_cast<Lum32u>(a), kShiftTwo) ^
+              shiftCrc32cRegister(static_cast<Lum32u>(b), kShiftOne) ^ static_cast<Lum32u>(c);
     }
     return raw;
 }

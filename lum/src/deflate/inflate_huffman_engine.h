@@ -6,7 +6,7 @@
 // a few bytes of room: the bit buffer is refilled without branches to at least 56 bits, which covers
 // four literals of the primary table, or one length and its distance with all their extra
 // bits; the next code's entry is looked up before the refill and the copy; matches are
-// copied in 8- or 16-byte words that may run up to 15 bytes past their end, and exactly
+// copied in 8- or 16-byte words that may run up to 32 bytes past their end, and exactly
 // (keeping the rest pending) where the room ends sooner. A careful loop decodes one whole
 // symbol at a time near the ends of the buffers, checking every bit it takes.
 #include <cstring>
@@ -16,7 +16,7 @@
 namespace lum::deflate::LUM_INFLATE_NS {
 
 inline constexpr std::ptrdiff_t kLiteralRun = 4;
-inline constexpr std::ptrdiff_t kCopySlack = 15;
+inline constexpr std::ptrdiff_t kCopySlack = 32;
 
 // Extra bits of an entry from the bits its code starts at.
 LUM_INFLATE_TARGET inline unsigned extraValue(Lum64u bits, Lum32u e) {
@@ -24,29 +24,28 @@ LUM_INFLATE_TARGET inline unsigned extraValue(Lum64u bits, Lum32u e) {
 }
 
 // Copies a match in 16- or 8-byte steps; may write up to kCopySlack bytes past its end.
+// The first 32 bytes are copied without a test, which covers most matches with no branch
+// on their length.
 LUM_INFLATE_TARGET inline Lum8u* copyFast(Lum8u* out, unsigned len, unsigned dist) {
     const Lum8u* src = out - dist;
     Lum8u* const end = out + len;
     if (dist >= 16) {
-        do {
-            std::memcpy(out, src, 16);
-            out += 16;
-            src += 16;
-        } while (out < end);
+        std::memcpy(out, src, 16);
+        std::memcpy(out + 16, src + 16, 16);
+        for (out += 32, src += 32; out < end; out += 16, src += 16) std::memcpy(out, src, 16);
     } else if (dist >= 8) {
-        do {
+        for (int i = 0; i < 32; i += 8) store64le(out + i, load64le(src + i));
+        for (out += 32, src += 32; out < end; out += 16, src += 16) {
             store64le(out, load64le(src));
             store64le(out + 8, load64le(src + 8));
-            out += 16;
-            src += 16;
-        } while (out < end);
+        }
     } else if (dist == 1) {
         const Lum64u v = 0x0101010101010101ull * *src;
-        do {
+        for (int i = 0; i < 32; i += 8) store64le(out + i, v);
+        for (out += 32; out < end; out += 16) {
             store64le(out, v);
             store64le(out + 8, v);
-            out += 16;
-        } while (out < end);
+        }
     } else {
         // Each overlapping word store leaves `dist` more bytes of the repeating pattern.
         do {

@@ -1,7 +1,9 @@
 // The level-1 LZ77 matcher: greedy, one probe of the caller's hash head and one link of its
 // chain per position, 8-byte match extension, a growing step over stretches that find no
-// match, and only a few positions inside each match entered into the chains. It keeps the
-// head and prev tables as the general matcher does, so calls at any level may follow.
+// match, and two positions inside each match entered into the chains (the one after its
+// start and its last: all of a 3-byte match), a fixed amount of work with no branch on
+// the match length. It keeps the head and prev tables as the general matcher does, so
+// calls at any level may follow.
 #include <algorithm>
 
 #include "deflate/lz77.h"
@@ -10,13 +12,9 @@ namespace lum::deflate {
 namespace {
 
 // A match this long is taken without looking at the second candidate.
-constexpr int kNice = 8;
+constexpr int kNice = 24;
 // After 2^kSkipShift positions in a row without a match, the step grows by one.
 constexpr int kSkipShift = 4;
-// Matches up to this long have every position entered into the chains; longer ones
-// their first kEdge positions after the start and their last kEdge.
-constexpr int kShortMatch = 4;
-constexpr int kEdge = 1;
 
 // The slot of a 4-byte string as hashSlot() gives it: for a power-of-two table the
 // product's high bits are the scrambled key's top bits, one shift instead of a multiply.
@@ -110,12 +108,8 @@ int greedy(const HashTables& t, SymbolSink& out, int pos, int stop, int end, Slo
         ++litFreq[257 + lengthCode(len)];
         ++distFreq[distCode(static_cast<int>(matchDist))];
         const int next = pos + len;
-        if (len <= kShortMatch) {
-            for (int p = pos + 1; p < next; ++p) insert(p);
-        } else {
-            for (int p = pos + 1; p <= pos + kEdge; ++p) insert(p);
-            for (int p = next - kEdge; p < next; ++p) insert(p);
-        }
+        insert(pos + 1);
+        insert(next - 1);
         pos = next;
     }
     out.wrote(static_cast<int>(lit - litStart));
