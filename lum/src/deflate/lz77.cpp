@@ -105,14 +105,14 @@ private:
         if (best >= level_.good) chain >>= 2;
         else if (best >= kMinMatch) chain >>= 1;
         const int nice = std::min(level_.nice, limit);
+        // Chain links only go back in time, so a link is usable while it is not older than
+        // this (the window's start, or position 0).
+        const int lowest = std::max(0, pos - maxDist_);
         const Lum8u* cur = win_ + pos;
         int dist = 0;
         for (;;) {
             const Lum8u* m = win_ + cand;
-            // Only a candidate that agrees at the last bytes of the best length can beat it.
-            const bool promising = best >= 3 ? load32le(m + best - 3) == load32le(cur + best - 3)
-                                             : m[best] == cur[best] && m[0] == cur[0] && m[1] == cur[1];
-            if (promising) {
+            if (promising(m, cur, best, limit)) {
                 const int len = matchLength(m, cur, limit);
                 if (len > best) {
                     best = len;
@@ -122,10 +122,18 @@ private:
             }
             if (--chain == 0) break;
             const Lum32s next = prev_[cand & mask_];
-            if (!usable(next, pos, cand)) break;
+            if (next >= cand || next < lowest) break;
             cand = next;
         }
         return {best, dist};
+    }
+
+    // Only a candidate that agrees at the first 3 bytes and at the last bytes of the best
+    // length can beat it; one word compare each, so that the test costs one branch.
+    static bool promising(const Lum8u* m, const Lum8u* cur, int best, int limit) {
+        if (best >= 3) return load32le(m + best - 3) == load32le(cur + best - 3);
+        if (limit >= 4) return ((load32le(m) ^ load32le(cur)) & 0xFFFFFFu) == 0;
+        return m[0] == cur[0] && m[1] == cur[1] && m[2] == cur[2];
     }
 
     const Lum8u* win_;
