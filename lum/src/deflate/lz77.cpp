@@ -62,7 +62,7 @@ public:
         const Lum32u key = end_ - pos >= 4 ? load32le(p) : p[0] | (p[1] << 8) | (Lum32u{p[2]} << 16);
         Lum32s three = -1;
         if (level_.lazyMatching) {
-            Lum32s& h3 = head3_[((key & 0xFFFFFFu) * 0x9E3779B1u) >> (32 - kHash3Bits)];
+            Lum32s& h3 = head3_[slot3(key)];
             three = h3;
             h3 = pos;
         }
@@ -72,6 +72,15 @@ public:
         h = pos;
         prev_[pos & mask_] = old;
         return {old, three};
+    }
+
+    // Fetches the hash slots of position pos (at least 4 bytes before the end) into the
+    // cache, so that their misses overlap the search of the position before instead of
+    // following its mispredicted branches.
+    void prefetch(int pos) const {
+        const Lum32u key = load32le(win_ + pos);
+        __builtin_prefetch(&head_[slot(key)], 1);
+        if (level_.lazyMatching) __builtin_prefetch(&head3_[slot3(key)], 1);
     }
 
     // A chain entry is a usable candidate for pos when it is strictly older than `newer`
@@ -96,6 +105,7 @@ public:
 
 private:
     std::size_t slot(Lum32u key) const { return hashSlot(key, hashSize_); }
+    static std::size_t slot3(Lum32u key) { return ((key & 0xFFFFFFu) * 0x9E3779B1u) >> (32 - kHash3Bits); }
 
     Match longestInChain(int pos, Lum32s cand, int best, int limit) const {
         if (!usable(cand, pos, pos)) return {best, 0};
@@ -176,6 +186,7 @@ int runLazy(Matcher& m, SymbolSink& out, const Lum8u* win, int pos, int stop, in
         Match cur{kMinMatch - 1, 0};
         if (end - pos >= kMinMatch) {
             const Candidates cand = m.insert(pos);
+            if (end - pos > 4) m.prefetch(pos + 1);
             if (prev.len < level.lazy) {
                 cur = m.longest(pos, cand, prev.len);
                 if (cur.dist == 0 || (cur.len == kMinMatch && cur.dist > kTooFar)) cur = {kMinMatch - 1, 0};
