@@ -51,7 +51,7 @@ public:
             const Level& level)
         : win_(win), mask_(winSize - 1), maxDist_(winSize), head_(head), prev_(prev),
           hashSize_(static_cast<Lum64u>(hashSize)), end_(end), level_(level) {
-        if (level.lazyMatching) std::fill(std::begin(head3_), std::end(head3_), -1);
+        if (level.lazyMatching) std::fill(std::begin(head3_), std::end(head3_), Lum16u{0});
     }
 
     // Enters position pos (at least 3 bytes before the end) into its hash chain, keyed by
@@ -62,9 +62,9 @@ public:
         const Lum32u key = end_ - pos >= 4 ? load32le(p) : p[0] | (p[1] << 8) | (Lum32u{p[2]} << 16);
         Lum32s three = -1;
         if (level_.lazyMatching) {
-            Lum32s& h3 = head3_[slot3(key)];
-            three = h3;
-            h3 = pos;
+            Lum16u& h3 = head3_[slot3(key)];
+            three = pos - static_cast<Lum16u>(pos - h3);
+            h3 = static_cast<Lum16u>(pos);
         }
         Lum32s& h = head_[slot(key)];
         const Lum32s old = h;
@@ -152,7 +152,11 @@ private:
     Lum32s* head_;
     Lum32s* prev_;
     Lum64u hashSize_;
-    Lum32s head3_[1 << kHash3Bits];
+    // The low 16 bits of each position: the 3-byte matches used lie within kTooFar, a
+    // position further back reads as a wrong one that the byte compare turns down (or
+    // that holds the same 3 bytes and so is a match as good), and the table stays small
+    // for the cache.
+    Lum16u head3_[1 << kHash3Bits];
     int end_;
     const Level& level_;
 };
