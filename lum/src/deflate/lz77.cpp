@@ -47,10 +47,10 @@ constexpr int kHash3Bits = 14;
 
 class Matcher {
 public:
-    Matcher(const Lum8u* win, int winSize, Lum32s* head, Lum32s* prev, int hashSize, int end,
+    Matcher(const Lum8u* win, int winSize, Lum32s* head, Lum32s* prev, int hashSize, int start, int end,
             const Level& level)
         : win_(win), mask_(winSize - 1), maxDist_(winSize), head_(head), prev_(prev),
-          hashSize_(static_cast<Lum64u>(hashSize)), end_(end), level_(level) {
+          hashSize_(static_cast<Lum64u>(hashSize)), start_(start), end_(end), level_(level) {
         if (level.lazyMatching) std::fill(std::begin(head3_), std::end(head3_), Lum16u{0});
     }
 
@@ -96,7 +96,7 @@ public:
         const int limit = std::min(kMaxMatch, end_ - pos);
         if (best >= limit) return {best, 0};
         Match m = longestInChain(pos, c.chain, best, limit);
-        if (m.dist == 0 && best < kMinMatch && c.three >= 0 && c.three < pos &&
+        if (m.dist == 0 && best < kMinMatch && c.three >= start_ && c.three < pos &&
             pos - c.three <= std::min(kTooFar, maxDist_) &&
             win_[c.three] == win_[pos] && win_[c.three + 1] == win_[pos + 1] && win_[c.three + 2] == win_[pos + 2])
             m = {kMinMatch, pos - c.three};
@@ -153,10 +153,12 @@ private:
     Lum32s* prev_;
     Lum64u hashSize_;
     // The low 16 bits of each position: the 3-byte matches used lie within kTooFar, a
-    // position further back reads as a wrong one that the byte compare turns down (or
-    // that holds the same 3 bytes and so is a match as good), and the table stays small
-    // for the cache.
+    // position further back (or an empty entry) reads as a wrong one that the byte
+    // compare turns down (or that holds the same 3 bytes and so is a match as good), and
+    // the table stays small for the cache.
     Lum16u head3_[1 << kHash3Bits];
+    int start_;  // the 3-byte table only knows this call's positions (a full flush
+                 // before it has forgotten the history)
     int end_;
     const Level& level_;
 };
@@ -249,7 +251,7 @@ extern "C" LumStatus lumsDeflateLZ77_8u(const Lum8u** ppSrc, int* pSrcLen, int* 
     const int start = *pSrcIdx;
     const int end = start + *pSrcLen;
     const int stop = flush == lumLZ77NoFlush ? std::max(start, end - kLookahead) : end;
-    Matcher matcher(pWindow, winSize, pHashHead, pHashPrev, hashSize, end, level);
+    Matcher matcher(pWindow, winSize, pHashHead, pHashPrev, hashSize, start, end, level);
     SymbolSink out(pLitDst, pDistDst, *pDstLen, pLitFreqTable, pDistFreqTable);
     int pos = start;
     if (comprLevel == 1)

@@ -143,6 +143,33 @@ TEST(LZ77, NoFlushKeepsTheLastBytes) {
     }
 }
 
+// After a FullFlush the next call matches only within its own data, whatever the matcher's
+// tables hold: a small alphabet gives every position short repeats on both sides of a cut
+// just past 64 KiB.
+TEST(LZ77, NoMatchReachesBehindAFullFlush) {
+    Bytes data(70000);
+    std::mt19937 gen(11);
+    for (auto& b : data) b = Lum8u('a' + gen() % 4);
+    const int cut = 65540;
+    for (int level : {1, 4, 6, 9}) {
+        LZ77Call call(data);
+        int symbols = 0;
+        call.srcLen = cut;
+        ASSERT_EQ(call.run(data, symbols, cut, level, lumLZ77FullFlush), lumStsNoErr);
+        ASSERT_EQ(call.srcIdx, cut);
+        const int first = symbols;
+        call.srcLen = int(data.size()) - cut;
+        ASSERT_EQ(call.run(data, symbols, int(data.size()) - symbols, level, lumLZ77FinishFlush), lumStsNoErr);
+        int pos = cut, behind = 0;
+        for (int i = first; i < symbols; ++i) {
+            if (call.dist[i] != 0 && pos - call.dist[i] < cut) ++behind;
+            pos += call.dist[i] == 0 ? 1 : call.lit[i] + 3;
+        }
+        EXPECT_EQ(pos, int(data.size())) << "level " << level;
+        EXPECT_EQ(behind, 0) << "level " << level;
+    }
+}
+
 // Every bad argument gives its status and leaves every output as it was.
 TEST(LZ77, BadArgumentsWriteNothing) {
     const Bytes data(1000, 'a');
