@@ -1,7 +1,8 @@
 // The deflate LZ77 stage: hash chains over the caller's head and prev tables, greedy
 // matching with short chains at the low levels and lazy matching with longer chains at
-// the high ones (the level table follows zlib's good/lazy/nice/chain figures). Level 1
-// runs its own loop (lz77_level1.cpp) and this one only for the last bytes.
+// the high ones. The level table has zlib's good/lazy/nice/chain fields, with its own
+// figures where they measured faster for little size (level 6 follows 10 links, level 9
+// 640). Level 1 runs its own loop (lz77_level1.cpp) and this one only for the last bytes.
 #include <algorithm>
 #include <cstdint>
 #include <iterator>
