@@ -88,23 +88,13 @@ LUM_INFLATE_TARGET inline Result fastLoop(Cursor& c, const Lum32u* lt, const Lum
     Result r = Result::More;
     do {
         if (e & kLiteralFlag) {
-            *o++ = static_cast<Lum8u>(e >> 16);
-            LUM_CONSUME(e);
-            e = lt[buf & kLitMask];
-            if (e & kLiteralFlag) {
+            // Up to four literals per refill; the loop is unrolled so that each step
+            // is one test and no loop counter.
+#pragma GCC unroll 4
+            for (int i = 0; i < 4 && (e & kLiteralFlag); ++i) {
                 *o++ = static_cast<Lum8u>(e >> 16);
                 LUM_CONSUME(e);
                 e = lt[buf & kLitMask];
-                if (e & kLiteralFlag) {
-                    *o++ = static_cast<Lum8u>(e >> 16);
-                    LUM_CONSUME(e);
-                    e = lt[buf & kLitMask];
-                    if (e & kLiteralFlag) {
-                        *o++ = static_cast<Lum8u>(e >> 16);
-                        LUM_CONSUME(e);
-                        e = lt[buf & kLitMask];
-                    }
-                }
             }
             LUM_REFILL();
             continue;
